@@ -1,0 +1,172 @@
+#ifndef QIV_FILES_H
+#define QIV_FILES_H
+
+/// Well-known directories, file trees, path strings, file opening and processes.
+///
+///     const std::string backups = Qiv::getQivCrossAppCacheDir() + "backups/";
+///     Qiv::mkdir_with_parents(backups.c_str());
+///     Qiv::copy_recursive(documents, backups + "documents");
+///     std::string listing = cross::exec("du -sh ~/.cache");
+///
+/// File names are UTF-8 and reach the system unchanged. Folders that these functions return end
+/// with "/". Descriptors are close-on-exec. The directory functions of `cross` rewrite static
+/// strings: calls of the same function must not overlap, and a returned pointer is valid until the
+/// next call. Everything else may be called from any thread; running a program blocks until it
+/// ends.
+
+#include "qiv/export.h"
+
+#include <cstdio>
+#include <fstream>
+#include <functional>
+#include <gio/gio.h>
+#include <string>
+#include <sys/stat.h>
+
+// ---------------------------------------------------------------------------------------------
+// The platform layer
+// ---------------------------------------------------------------------------------------------
+
+namespace cross {
+
+/// HOME with "/" appended, as it was at the first call. Throws std::logic_error while HOME is
+/// unset; so do the functions below that need it.
+QIV_API const std::string& getHomeDir();
+
+/// Home + ".cache/".
+QIV_API const char* getAppCacheDir();
+
+/// The documents folder of the user-dirs file, which must be written there as "$HOME/...". For any
+/// other entry, and without one, the last answer again: empty at first. Without an entry it also
+/// makes the folder "Documents/" in the home folder.
+QIV_API const char* getDocDir();
+
+/// The folder of the running executable; empty when it cannot be found.
+QIV_API const char* getExeDir();
+
+/// A developer's check that prints directories and the locale to standard output.
+QIV_API void dirs_test();
+
+/// Not used by the library.
+extern QIV_API char argV_;
+
+/// What stat says of a path. A path that cannot be examined has st_dev -1 and st_size 0.
+struct QIV_API FileInfo {
+  explicit FileInfo(const char* path);
+
+  struct stat st;
+};
+
+/// A developer's listing of a folder on standard output, which enters only the first sub-folder.
+/// Returns 0, or -1 when the folder cannot be opened.
+QIV_API int ls(const char* path);
+
+/// Standard output of a shell command, less one "\n" at its end. Standard error is the caller's
+/// own, the exit status is ignored; a command that cannot be started gives the empty string.
+QIV_API std::string exec(const char* command);
+
+/// Standard output of a shell command, byte for byte; otherwise as exec.
+QIV_API std::string execPipe(const char* command);
+
+/// Runs a shell command to its end, in the constructor.
+struct QIV_API Popen {
+  explicit Popen(const char* command);
+
+  FILE* stream;       ///< null when no pipe could be opened; otherwise already closed
+  int status = -1;    ///< raw wait status
+  int exitCode = 0;   ///< exit code, or number of the signal that ended or stopped the command
+  std::string output; ///< standard output, byte for byte
+};
+
+} // namespace cross
+
+namespace Qiv {
+
+// ---------------------------------------------------------------------------------------------
+// Directories of the application
+// ---------------------------------------------------------------------------------------------
+
+/// cross::getExeDir(), cross::getAppCacheDir() + "QivCross/" and cross::getDocDir() + "QivCross/".
+/// The folders are not created.
+QIV_API std::string getQivCrossExeDir();
+QIV_API std::string getQivCrossAppCacheDir();
+QIV_API std::string getQivCrossDocDir();
+
+/// "Themes/" beside the executable.
+QIV_API std::string getThemesDir();
+
+// ---------------------------------------------------------------------------------------------
+// File trees
+// ---------------------------------------------------------------------------------------------
+
+/// Makes a folder (mode 0700) and its parents. Inverted: true means that it FAILED; an existing
+/// folder is a success.
+QIV_API bool mkdir_with_parents(const char* path);
+
+/// Deletes a file or a whole tree; links are deleted, never followed. True when all is gone. On
+/// failure `error`, which may be null, is set and the rest of the tree stays.
+QIV_API gboolean rm_rf(GFile* file, GCancellable* cancellable, GError** error);
+
+/// rm_rf of a path or GIO name. False for what does not exist.
+QIV_API gboolean directory_remove_all(const std::string& path);
+
+/// Copies a file or a whole tree, into an existing destination folder too. A link to a folder is
+/// copied as that folder; links to nothing and special files are skipped. Stops at the first
+/// failure, with `error`, which may be null, set. A folder that cannot be made shows only when
+/// something is copied into it.
+QIV_API gboolean copy_recursive(GFile* source, GFile* destination, GFileCopyFlags flags,
+                                GCancellable* cancellable, GError** error);
+
+/// The same for paths or GIO names; a link to a file is copied as a link.
+QIV_API gboolean copy_recursive(const std::string& source, const std::string& destination);
+
+/// Calls `visit` for every regular file at or under `file`, links followed, in no particular order.
+/// A folder that cannot be read is passed over; `error`, which may be null, tells of the first one.
+/// An empty `visit` throws std::bad_function_call at the first file.
+QIV_API void traverseFiles(GFile* file, const std::function<void(GFile*)>& visit,
+                           GCancellable* cancellable, GError** error);
+
+// ---------------------------------------------------------------------------------------------
+// Path strings: pure text, "/" and "\" both separate
+// ---------------------------------------------------------------------------------------------
+
+/// "b.tar.gz" of "/a/b.tar.gz".
+QIV_API std::string getPathFileName(const std::string& path);
+/// "b.tar" of "/a/b.tar.gz".
+QIV_API std::string getPathFileNameWithoutExtension(const std::string& path);
+/// "/a" of "/a/b.tar.gz", empty without a separator.
+QIV_API std::string getPathDirectory(const std::string& path);
+/// The path up to its last ".", wherever that stands: "/a" of "/a.d/b".
+QIV_API std::string getPathWithoutExtension(const std::string& path);
+
+// ---------------------------------------------------------------------------------------------
+// Opening files
+// ---------------------------------------------------------------------------------------------
+
+/// `mode` plus out, or plus in. A failure leaves the stream closed with its fail bit set.
+QIV_API std::ofstream openOutputFileUTF8Name(const std::string& path, std::ios_base::openmode mode);
+QIV_API std::ifstream openInputFileUTF8Name(const std::string& path, std::ios_base::openmode mode);
+
+/// fopen for writing ("w") or reading ("r"), null on failure. The caller closes it.
+QIV_API FILE* openCOutputFileUTF8Name(const std::string& path);
+QIV_API FILE* openCInputFileUTF8Name(const std::string& path);
+
+/// True for whatever stat finds, folders included; links are followed.
+QIV_API bool fileExist(const std::string& path);
+
+// ---------------------------------------------------------------------------------------------
+// Processes without a shell: GLib splits the command line and looks the program up on PATH
+// ---------------------------------------------------------------------------------------------
+
+/// Runs a command. True when it exited with 0 and printed something, which the caller then reads
+/// from `*standard_output` and in every case releases with g_free.
+QIV_API bool spawn_command(const char* command_line, char** standard_output);
+
+/// Runs a command, echoes it with what it printed to standard output, and returns its standard
+/// output. Throws a std::string when the command cannot be started or writes to standard error; its
+/// exit status decides nothing. A null command line throws std::logic_error.
+QIV_API std::string spawnSyncWithThrow(const char* command_line);
+
+} // namespace Qiv
+
+#endif

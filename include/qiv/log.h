@@ -1,0 +1,61 @@
+#ifndef QIV_LOG_H
+#define QIV_LOG_H
+
+/// The HTML log: a page for each run of the application, which a browser shows.
+///
+///     QivLog::Log::writeInfo("started");
+///     QivLog::Log::writeError(message);
+///     QivLog::Log::clear(); // keeps the ten newest pages
+///
+/// An entry is appended with one write, so entries of several threads and processes never mix. An
+/// entry that cannot be written is lost without a word. Before several threads share a LogObject,
+/// let one of them write, or call _getLogPath(): the first entry chooses the file, without a lock.
+
+#include "qiv/export.h"
+
+#include <string>
+
+namespace QivLog {
+
+class QIV_API LogObject {
+public:
+  /// Logs into the folder "log/" of the application's document folder (qiv/files.h).
+  LogObject();
+  /// `logDir` ends with "/".
+  explicit LogObject(const std::string& logDir);
+
+  /// Append an entry. The message is UTF-8 text, not markup; its line feeds show as line breaks.
+  void writeInfo(const std::string& message);
+  void writeWarn(const std::string& message);
+  void writeError(const std::string& message);
+
+  /// Deletes all but the ten most recently modified logs of the folder, this one included if it is
+  /// old enough; makes the folder if it is missing. Throws Glib::Error when the folder cannot be
+  /// read or a file not be deleted.
+  void clear();
+
+  void _write(const std::string& message, const std::string& type);
+  /// The file of this object. The first call names it after the local time and makes its folder.
+  std::string _getLogPath();
+  /// Local time as in "15:11:2026 12:14:36.042".
+  std::string _currentTimestamp();
+
+private:
+  std::string _logDir;
+  std::string _logPath;
+};
+
+/// The log of this process: one LogObject, made on first use.
+class QIV_API Log {
+public:
+  static LogObject& getInstance();
+
+  static void writeInfo(const std::string& message);
+  static void writeWarn(const std::string& message);
+  static void writeError(const std::string& message);
+  static void clear();
+};
+
+} // namespace QivLog
+
+#endif

@@ -1,0 +1,248 @@
+#ifndef QIV_NET_H
+#define QIV_NET_H
+
+/// Network addresses, the machine's interfaces, reachability.
+///
+///     try {
+///       for (const Qiv::NetworkInterface& iface :
+///            Qiv::NetworkHelper::getNetworkInterfaces().interfaces)
+///         show(iface.name, iface.mac);
+///     } catch (const char* message) { // "No ethernet adapters enabled ...", in lng::language
+///       show(message);
+///     } catch (const std::string& message) { // what is wrong with each interface
+///       show(message);
+///     }
+///
+/// Address values throw nothing. Discovery and the operations built on it run the `ip` tool and
+/// throw bare texts, a `const char*` or a `std::string`. No function keeps state; all may be called
+/// from any thread, and those that run a program block until it ends.
+
+#include "qiv/errors.h"
+#include "qiv/export.h"
+
+#include <array>
+#include <cstddef>
+#include <list>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace Qiv {
+namespace Net {
+
+// ---------------------------------------------------------------------------------------------
+// Address values
+// ---------------------------------------------------------------------------------------------
+
+/// An address of N bytes, in the order in which they are written in text: NetAddr<4, '.'> is an
+/// IPv4 address, NetAddr<16, ':'> IPv6 and NetAddr<6, ':'> a MAC address.
+///
+/// The argument type selects the parser: a `const char*` is read strictly and a text that is no
+/// address gives all zero; a `std::string` is read leniently, as ip4ToBytes and its sisters tell.
+template <std::size_t N, char Sep>
+class NetAddr {
+public:
+  NetAddr() = default;
+  explicit NetAddr(const std::array<unsigned char, N>& bytes) : bytes(bytes) {}
+  /// A MAC address is read leniently here too; its null text throws std::logic_error, the null text
+  /// of the others gives all zero.
+  NetAddr(const char* text);
+  NetAddr(const std::string& text);
+
+  /// The text form. IPv6 ignores the separator.
+  std::string to_string(char separator = Sep) const;
+
+  const std::array<unsigned char, N>& getData() const { return bytes; }
+
+  friend bool operator==(const NetAddr& a, const NetAddr& b) { return a.bytes == b.bytes; }
+  friend bool operator!=(const NetAddr& a, const NetAddr& b) { return a.bytes != b.bytes; }
+  friend bool operator<(const NetAddr& a, const NetAddr& b) { return a.bytes < b.bytes; }
+
+private:
+  std::array<unsigned char, N> bytes{};
+};
+
+// clang-format off
+template <> QIV_API NetAddr<4, '.'>::NetAddr(const char* text);
+template <> QIV_API NetAddr<4, '.'>::NetAddr(const std::string& text);
+template <> QIV_API std::string NetAddr<4, '.'>::to_string(char separator) const;
+template <> QIV_API NetAddr<6, ':'>::NetAddr(const char* text);
+template <> QIV_API NetAddr<6, ':'>::NetAddr(const std::string& text);
+template <> QIV_API std::string NetAddr<6, ':'>::to_string(char separator) const;
+template <> QIV_API NetAddr<16, ':'>::NetAddr(const char* text);
+template <> QIV_API NetAddr<16, ':'>::NetAddr(const std::string& text);
+template <> QIV_API std::string NetAddr<16, ':'>::to_string(char separator) const;
+// clang-format on
+
+/// Strict parsers, into 4 and 16 bytes: true when the whole text is an address, otherwise false and
+/// `dst` is untouched. IPv4 takes four decimal octets without leading zeros. IPv6 is RFC 4291 text
+/// with "::" and a dotted-quad tail; a group may have any number of leading zeros.
+QIV_API bool ip4ToBytes(const char* text, unsigned char* dst);
+QIV_API bool ip6ToBytes(const char* text, unsigned char* dst);
+
+/// Lenient parsers, into 4, 16 and 6 bytes: always true. Each part is read by strtoul (blanks, a
+/// sign, "0x" before hexadecimal); what is missing is 0, what does not fit is truncated, "::" is
+/// one empty group. A null MAC text throws std::logic_error.
+QIV_API bool ip4ToBytes(const std::string& text, unsigned char* dst);
+QIV_API bool ip6ToBytes(const std::string& text, unsigned char* dst);
+QIV_API bool macToBytes(const std::string& text, unsigned char* dst);
+QIV_API bool macToBytes(const char* text, unsigned char* dst);
+
+/// `count` decimal bytes (or upper-case hexadecimal ones for a MAC) joined by the separator.
+QIV_API std::string ipv4_to_string(const unsigned char* bytes, unsigned long count, char separator);
+QIV_API std::string mac_to_string_hex(const unsigned char* bytes, unsigned long count,
+                                      char separator);
+
+/// IPv6 text with two peculiarities that stored texts rely on: groups are read in the machine's own
+/// byte order ("2001:db8::1" prints as "120:b80d::100"), and the first run of zero groups is the
+/// one compressed, however short. `length` is in bytes; an odd last byte is ignored.
+QIV_API std::string ipv6_to_string(const unsigned char* bytes, unsigned long length);
+
+/// A host with its IPv4 subnet. Numbers are in host order, the first octet most significant.
+class QIV_API IPv4Subnet {
+public:
+  IPv4Subnet(unsigned int ip, unsigned int mask);
+  IPv4Subnet(const NetAddr<4, '.'>& ip, unsigned int mask);
+  IPv4Subnet(const NetAddr<4, '.'>& ip, const NetAddr<4, '.'>& mask);
+
+  /// True when each host lies in the other's subnet, ends included.
+  bool inSameSubnet(const IPv4Subnet& other) const;
+
+  NetAddr<4, '.'> getIP() const;
+  operator NetAddr<4, '.'>() const { return getIP(); }
+
+private:
+  bool contains(unsigned int address) const { return network <= address && address <= broadcast; }
+
+  unsigned int network;
+  unsigned int broadcast;
+  unsigned int ip;
+};
+
+/// The MAC after the first block of used numbers above `start` that a gap follows; `start` itself
+/// when no gap follows any. The low 48 bits of the number are the address.
+QIV_API NetAddr<6, ':'> getFirstFreeMac(std::set<unsigned long>& used, unsigned long start);
+
+} // namespace Net
+
+// ---------------------------------------------------------------------------------------------
+// IPv4 addresses and masks as text
+// ---------------------------------------------------------------------------------------------
+
+/// Up to four decimal parts between any of ". : -" and blank, as a number in host order: "10.1" is
+/// 0x0A01. 0 for an empty text or a foreign character. A part that begins with a letter a-f throws
+/// std::invalid_argument, one beyond int std::out_of_range.
+QIV_API unsigned int ipv4_str_to_addr(const std::string& text);
+
+/// True when both addresses, each under its mask, are equal. Throws as ipv4_str_to_addr does.
+QIV_API bool same_ipv4_segment(const std::string& ip1, const std::string& mask1,
+                               const std::string& ip2, const std::string& mask2);
+
+/// 24 gives "255.255.255.0"; 0 as well as 32 gives "255.255.255.255".
+QIV_API std::string masklen_to_maskstring(const unsigned int& length);
+
+/// The length of the shortest prefix mask that covers the mask. Throws as ipv4_str_to_addr does.
+QIV_API unsigned int maskstring_to_masklen(const std::string& text);
+
+// ---------------------------------------------------------------------------------------------
+// Interfaces of this machine
+// ---------------------------------------------------------------------------------------------
+
+/// One IPv4 address of an interface with its mask, both dotted.
+struct NetworkAddr {
+  std::string address;
+  std::string mask;
+};
+
+struct NetworkInterface {
+  int index = 0;
+  std::string caption; ///< the name again
+  std::string name;
+  std::string extra; ///< empty
+  std::string mac;   ///< as `ip` prints it; empty when there is none
+  std::vector<NetworkAddr> addresses;
+  std::string gateway; ///< the default gateway, on the interface that leads to it
+  bool present = true;
+};
+
+struct NetworkInterfaces {
+  std::list<NetworkInterface> interfaces;
+  bool hasAddress = false;   ///< some interface has an address
+  bool hasInterface = false; ///< there is an interface
+};
+
+/// Why there is no network, in lng::language.
+QIV_API inline const char* ethsNotFound() {
+  static const char* const ar[] = {"Network interfaces not found",
+                                   "Сетевые интерфейсы не обнаружены"};
+  return ar[lng::language];
+}
+QIV_API inline const char* networkAdaptersOff() {
+  static const char* const ar[] = {"No ethernet adapters enabled or network is disabled",
+                                   "Сетевые адаптеры или поддержка сети отключены"};
+  return ar[lng::language];
+}
+QIV_API inline const char* networkAdapterOff() {
+  static const char* const ar[] = {"ethernet adapter or network is disabled",
+                                   "сетевой адаптер или поддержка сети отключены"};
+  return ar[lng::language];
+}
+QIV_API inline const char* cableNotPlug() {
+  static const char* const ar[] = {"No ethernet link", "Сетевой кабель не подключен"};
+  return ar[lng::language];
+}
+QIV_API inline const char* noIpAddr() {
+  static const char* const ar[] = {"no IP address", "IP адрес не задан"};
+  return ar[lng::language];
+}
+
+/// The interfaces except "lo", in the order of `ip a`; both flags are left false. When every route
+/// is down, throws why: `const char*` (ethsNotFound, networkAdaptersOff) or a std::string with a
+/// line for each interface. A std::string of the command and its error text is thrown when `ip`
+/// complains. Without an `ip` tool the list is empty.
+QIV_API NetworkInterfaces getNetworkInterfacesLinux();
+
+/// Adds a copy of `iface` unless it is nameless or "lo".
+QIV_API void _addToNetIfs(NetworkInterfaces& list, const NetworkInterface& iface);
+
+/// Questions about the network. Each call but ping discovers the interfaces anew and throws what
+/// getNetworkInterfacesLinux throws.
+class QIV_API NetworkHelper {
+public:
+  /// The interfaces with the two flags set.
+  static NetworkInterfaces getNetworkInterfaces();
+
+  /// The MAC of the first interface, all zero when there is none.
+  static Net::NetAddr<6, ':'> getFirstMacAddress();
+
+  /// True when an address of the interface and ip/mask lie in each other's subnet.
+  static bool accessibleViaInterface(const std::string& interfaceName,
+                                     const Net::NetAddr<4, '.'>& ip,
+                                     const Net::NetAddr<4, '.'>& mask);
+
+  /// The name of the first interface of which accessibleViaInterface is true; empty: none.
+  static std::string getAccessibleInterface(const Net::NetAddr<4, '.'>& ip,
+                                            const Net::NetAddr<4, '.'>& mask);
+
+  /// pingLinux.
+  static bool ping(const std::string& host, unsigned int timeout);
+};
+
+/// Adds 169.254.0.22/24 to eth2. Throws what spawnSyncWithThrow (qiv/files.h) throws.
+QIV_API void set169ip();
+
+// ---------------------------------------------------------------------------------------------
+// Ping
+// ---------------------------------------------------------------------------------------------
+
+/// True when `host` answers one echo request of the `ping` tool within `timeout`, passed to its -W
+/// (seconds). False for every failure. A host that is empty, starts with "-" or holds anything but
+/// ASCII letters, digits and . : % _ - is not tried: the command goes through a shell.
+QIV_API bool pingLinux(const std::string& host, unsigned int timeout);
+
+/// The Internet checksum (RFC 1071) of `length` bytes, in native byte order.
+QIV_API unsigned short _checksum(unsigned short* data, int length);
+
+} // namespace Qiv
+
+#endif

@@ -1,0 +1,103 @@
+#include "qiv/files.h"
+
+#include "text/checked_text.h"
+
+#include <algorithm>
+#include <climits>
+#include <clocale>
+#include <cstdlib>
+#include <glibmm/convert.h>
+#include <glibmm/miscutils.h>
+#include <unistd.h>
+
+namespace cross {
+
+char argV_ = 0;
+
+namespace {
+
+/// Made if it is missing. Only the first call decides where it lies.
+void makeDefaultDocDir() {
+  static const std::string path = getHomeDir() + "Documents/";
+  if (!Qiv::fileExist(path))
+    mkdir(path.c_str(), 0700);
+}
+
+} // namespace
+
+const std::string& getHomeDir() {
+  static const std::string home = std::string(Qiv::internal::checkedText(getenv("HOME"))) + "/";
+  return home;
+}
+
+const char* getAppCacheDir() {
+  static std::string cache;
+  cache = getHomeDir() + ".cache/";
+  return cache.c_str();
+}
+
+const char* getDocDir() {
+  static std::string documents;
+  const std::string entry = exec("awk -F '=' '/XDG_DOCUMENTS_DIR/ {print $2}' "
+                                 "~/.config/user-dirs.dirs | tr -d '\\\"'");
+  const std::string home = "$HOME/";
+  if (entry.empty() || entry == home)
+    makeDefaultDocDir();
+  else if (entry.compare(0, home.size(), home) == 0)
+    documents = getHomeDir() + entry.substr(home.size()) + (entry.back() == '/' ? "" : "/");
+  return documents.c_str();
+}
+
+const char* getExeDir() {
+  static std::string folder;
+  if (!folder.empty())
+    return folder.c_str();
+  std::string path(255, '\0');
+  ssize_t length;
+  while ((length = readlink("/proc/self/exe", path.data(), path.size())) ==
+         static_cast<ssize_t>(path.size()))
+    path.resize(2 * path.size());
+  path.resize(static_cast<std::size_t>(std::max<ssize_t>(length, 0)));
+  std::replace(path.begin(), path.end(), '\\', '/');
+  folder = path.substr(0, path.rfind('/') + 1);
+  return folder.c_str();
+}
+
+void dirs_test() {
+  std::printf("sz=%d %d \n", 1, PATH_MAX);
+  std::string charset;
+  Glib::get_charset(charset);
+  std::printf("locale=%s, CP=%s\n", std::setlocale(LC_ALL, nullptr), charset.c_str());
+  std::printf("appcache=%s\n", getAppCacheDir());
+  const std::string documents = getDocDir();
+  std::string bytes = documents;
+  bytes.resize(std::max<std::size_t>(bytes.size(), 16));
+  std::printf("%s=%s 0x%X 0x%X 0x%X\n", "mydoc", documents.c_str(), bytes[13] & 0xFFU,
+              bytes[14] & 0xFFU, bytes[15] & 0xFFU);
+  std::printf("glib_=%s\n", Glib::get_user_data_dir().c_str());
+  ls("../1path/");
+  char folder[PATH_MAX] = "";
+  std::printf("PATH_MAX=%d,%s\n", PATH_MAX, getcwd(folder, sizeof folder) ? folder : "");
+  std::printf("ret=%d\n", std::system("./1/1.pdf &"));
+}
+
+} // namespace cross
+
+namespace Qiv {
+
+std::string getQivCrossExeDir() {
+  return cross::getExeDir();
+}
+std::string getQivCrossAppCacheDir() {
+  return std::string(cross::getAppCacheDir()) + "QivCross/";
+}
+std::string getQivCrossDocDir() {
+  return std::string(cross::getDocDir()) + "QivCross/";
+}
+
+std::string getThemesDir() {
+  static const std::string themes = std::string(cross::getExeDir()) + "Themes/";
+  return themes;
+}
+
+} // namespace Qiv

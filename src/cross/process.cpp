@@ -1,0 +1,69 @@
+#include "qiv/files.h"
+
+#include <cerrno>
+#include <memory>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace cross {
+
+namespace {
+
+struct PipeClose {
+  void operator()(FILE* pipe) const { pclose(pipe); }
+};
+using Pipe = std::unique_ptr<FILE, PipeClose>;
+
+FILE* openPipe(const char* command) {
+  return command ? popen(command, "re") : nullptr;
+}
+
+/// Everything that can still be read from `fd`.
+std::string readAll(int fd) {
+  std::string text;
+  char buffer[8192];
+  for (ssize_t count; (count = read(fd, buffer, sizeof buffer)) != 0;) {
+    if (count > 0)
+      text.append(buffer, static_cast<std::size_t>(count));
+    else if (errno != EINTR)
+      break;
+  }
+  return text;
+}
+
+int decodeExit(int status) {
+  if (WIFEXITED(status))
+    return WEXITSTATUS(status);
+  if (WIFSIGNALED(status))
+    return WTERMSIG(status);
+  return WIFSTOPPED(status) ? WSTOPSIG(status) : status;
+}
+
+} // namespace
+
+Popen::Popen(const char* command) : stream(openPipe(command)) {
+  Pipe pipe(stream);
+  if (!pipe)
+    return;
+  output = readAll(fileno(stream));
+  status = pclose(pipe.release());
+  exitCode = decodeExit(status);
+}
+
+std::string execPipe(const char* command) {
+  return Popen(command).output;
+}
+
+std::string exec(const char* command) {
+  std::string result;
+  if (const Pipe pipe{openPipe(command)}) {
+    char buffer[128];
+    while (std::fgets(buffer, sizeof buffer, pipe.get()))
+      result += buffer;
+  }
+  if (!result.empty() && result.back() == '\n')
+    result.pop_back();
+  return result;
+}
+
+} // namespace cross

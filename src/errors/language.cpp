@@ -1,0 +1,3 @@
+#include "qiv/errors.h"
+
+unsigned char lng::language = 1;

@@ -1,0 +1,94 @@
+#include "qiv/errors.h"
+
+#include "text/checked_text.h"
+
+namespace Qiv {
+
+using Errors = std::vector<std::shared_ptr<ObjectError>>;
+
+namespace {
+
+Errors listOf(const std::shared_ptr<ObjectError>& error) {
+  return error ? Errors{error} : Errors{};
+}
+
+} // namespace
+
+ObjectError::ObjectError() = default;
+ObjectError::ObjectError(const Errors& innerErrors) : innerErrors(innerErrors) {}
+ObjectError::~ObjectError() = default;
+
+const char* ObjectError::getMessage() const {
+  return "?";
+}
+
+LogicError::LogicError(const std::string& message, const Errors& innerErrors)
+    : ObjectError(innerErrors), message(message) {}
+LogicError::LogicError(const char* message, const Errors& innerErrors)
+    : LogicError(std::string(internal::checkedText(message)), innerErrors) {}
+LogicError::~LogicError() = default;
+
+std::shared_ptr<ObjectError> LogicError::create(const std::string& message,
+                                                const Errors& innerErrors) {
+  return std::make_shared<LogicError>(message, innerErrors);
+}
+
+std::shared_ptr<ObjectError> LogicError::create(const std::string& message,
+                                                const std::shared_ptr<ObjectError>& innerError) {
+  return create(message, listOf(innerError));
+}
+
+const char* LogicError::getMessage() const {
+  return message.c_str();
+}
+
+ExceptionError::ExceptionError(const std::string& message,
+                               std::shared_ptr<std::exception>& exception,
+                               const Errors& innerErrors)
+    : ObjectError(innerErrors), message(message), exception(exception) {}
+ExceptionError::ExceptionError(const char* message, std::shared_ptr<std::exception>& exception,
+                               const Errors& innerErrors)
+    : ExceptionError(std::string(internal::checkedText(message)), exception, innerErrors) {}
+ExceptionError::~ExceptionError() = default;
+
+std::shared_ptr<ObjectError> ExceptionError::create(const std::string& message,
+                                                    std::shared_ptr<std::exception>& exception,
+                                                    const Errors& innerErrors) {
+  return std::make_shared<ExceptionError>(message, exception, innerErrors);
+}
+
+std::shared_ptr<ObjectError>
+ExceptionError::create(const std::string& message, std::shared_ptr<std::exception>& exception,
+                       const std::shared_ptr<ObjectError>& innerError) {
+  return create(message, exception, listOf(innerError));
+}
+
+const char* ExceptionError::getMessage() const {
+  return message.c_str();
+}
+
+CombineError::CombineError(const Errors& innerErrors) : ObjectError(innerErrors) {}
+CombineError::~CombineError() = default;
+
+std::shared_ptr<ObjectError> CombineError::create(const Errors& innerErrors) {
+  return std::make_shared<CombineError>(innerErrors);
+}
+
+const char* CombineError::getMessage() const {
+  return lng::Common::error();
+}
+
+FunctionError::FunctionError() = default;
+FunctionError::~FunctionError() = default;
+
+std::shared_ptr<FunctionError> FunctionError::get() {
+  class FunctionErrorEx : public FunctionError {};
+  static const std::shared_ptr<FunctionError> instance = std::make_shared<FunctionErrorEx>();
+  return instance;
+}
+
+const char* FunctionError::getMessage() const {
+  return "?";
+}
+
+} // namespace Qiv

@@ -1,0 +1,23 @@
+#include "qiv/log.h"
+
+namespace QivLog {
+
+LogObject& Log::getInstance() {
+  static LogObject instance;
+  return instance;
+}
+
+void Log::writeInfo(const std::string& message) {
+  getInstance().writeInfo(message);
+}
+void Log::writeWarn(const std::string& message) {
+  getInstance().writeWarn(message);
+}
+void Log::writeError(const std::string& message) {
+  getInstance().writeError(message);
+}
+void Log::clear() {
+  getInstance().clear();
+}
+
+} // namespace QivLog
