@@ -68,8 +68,8 @@ inline std::string inChild(const std::function<std::string()>& body) {
   if (child == 0) {
     close(ends[0]);
     const std::string result = body();
-    const bool written = write(ends[1], result.data(), result.size()) ==
-                         static_cast<ssize_t>(result.size());
+    const bool written =
+        write(ends[1], result.data(), result.size()) == static_cast<ssize_t>(result.size());
     _exit(written ? 0 : 1);
   }
   close(ends[1]);

@@ -41,7 +41,9 @@ Stream openStream(const std::string& path, ios_base::openmode mode) {
   }
   __gnu_cxx::stdio_filebuf<char> buffer(fd, mode);
   *stream.rdbuf() = std::move(static_cast<std::filebuf&>(buffer));
-  if (mode & (ios_base::app | ios_base::ate))
+  // As fopen does: what appends and reads begins with reading at the start.
+  const bool onlyAppends = (mode & (ios_base::app | ios_base::in)) == ios_base::app;
+  if (onlyAppends || (mode & ios_base::ate))
     stream.rdbuf()->pubseekoff(0, ios_base::end);
   return stream;
 }

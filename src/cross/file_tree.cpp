@@ -23,8 +23,10 @@ struct Child {
   File in(GFile* folder) const { return File(g_file_get_child(folder, name.c_str())); }
 };
 
+/// Null for a path that names nothing: GIO would take the empty name for the working folder.
 File parseName(const std::string& path) {
-  return File(g_file_parse_name(internal::systemPath(path)));
+  const char* const name = internal::systemPath(path);
+  return File(*name ? g_file_parse_name(name) : nullptr);
 }
 
 Folder openFolder(GFile* file, GFileQueryInfoFlags flags, GCancellable* cancellable,
