@@ -1,0 +1,19 @@
+#ifndef NETREPORT_OPTIONS_H
+#define NETREPORT_OPTIONS_H
+
+#include <optional>
+#include <string>
+
+/// What the command line asks for.
+struct Options {
+  bool help = false;
+  std::optional<std::string> host; ///< to ping in place of the gateway
+};
+
+extern const char* const usage;
+
+/// Reads the command line, and sets the language of all messages as soon as it is known. Empty for
+/// arguments that make no sense, of which standard error then tells.
+std::optional<Options> parseOptions(int argc, char** argv);
+
+#endif
