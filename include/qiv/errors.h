@@ -7,7 +7,7 @@
 ///
 ///     Qiv::Result save() {
 ///       if (!writable)
-///         return Qiv::LogicError::create("cannot save", Qiv::LogicError::create("disk full", nullptr));
+///         return Qiv::LogicError::create("cannot save", cause);
 ///       return true;
 ///     }
 ///     if (Qiv::Result result = save(); !result)
