@@ -23,8 +23,9 @@ int hexValue(char c) {
 
 /// Hands `count` numbers of `text` to `store`, stepping over at most one separator after each.
 template <typename Store>
-bool readNumbers(const char* text, int count, int base, const char* separators, Store store) {
-  for (int i = 0; i < count; ++i) {
+bool readNumbers(const char* text, std::size_t count, int base, const char* separators,
+                 Store store) {
+  for (std::size_t i = 0; i < count; ++i) {
     char* end;
     store(i, std::strtoul(text, &end, base));
     text = *end && std::strchr(separators, *end) ? end + 1 : end;
@@ -125,20 +126,20 @@ bool ip6ToBytes(const char* text, unsigned char* dst) {
 }
 
 bool ip4ToBytes(const std::string& text, unsigned char* dst) {
-  return readNumbers(text.c_str(), 4, 10, ".", [dst](int i, unsigned long number) {
+  return readNumbers(text.c_str(), 4, 10, ".", [dst](std::size_t i, unsigned long number) {
     dst[i] = static_cast<unsigned char>(number);
   });
 }
 
 bool ip6ToBytes(const std::string& text, unsigned char* dst) {
-  return readNumbers(text.c_str(), 8, 16, ":", [dst](int i, unsigned long number) {
+  return readNumbers(text.c_str(), 8, 16, ":", [dst](std::size_t i, unsigned long number) {
     dst[2 * i] = static_cast<unsigned char>(number >> 8);
     dst[2 * i + 1] = static_cast<unsigned char>(number);
   });
 }
 
 bool macToBytes(const std::string& text, unsigned char* dst) {
-  return readNumbers(text.c_str(), 6, 16, ":-", [dst](int i, unsigned long number) {
+  return readNumbers(text.c_str(), 6, 16, ":-", [dst](std::size_t i, unsigned long number) {
     dst[i] = static_cast<unsigned char>(number);
   });
 }
