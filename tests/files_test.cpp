@@ -23,30 +23,20 @@ namespace {
 // ---------------------------------------------------------------------------------------------
 
 TEST(Process, ExecDropsOneNewline) {
-  EXPECT_EQ(cross::exec("echo a"), "a");
   EXPECT_EQ(cross::exec("printf 'a\\n\\n'"), "a\n");
   EXPECT_EQ(cross::exec("printf 'a\\r\\n'"), "a\r");
-  EXPECT_EQ(cross::exec("true"), "");
   EXPECT_EQ(cross::exec("head -c 1000 /dev/zero | tr '\\0' x").size(), 1000U);
-  EXPECT_EQ(cross::exec(nullptr), "");
+  EXPECT_EQ(cross::exec("true") + cross::exec(nullptr), "");
 }
 
-TEST(Process, ExecPipeKeepsEveryByte) {
-  EXPECT_EQ(cross::execPipe("echo a"), "a\n");
+TEST(Process, PopenKeepsEveryByteAndTheExit) {
   EXPECT_EQ(cross::execPipe("printf 'a\\000b\\n\\n'"), std::string("a\0b\n\n", 5));
   EXPECT_EQ(cross::execPipe("head -c 3000000 /dev/zero").size(), 3000000U);
-}
-
-TEST(Process, PopenDecodesTheExit) {
-  const cross::Popen exited("echo out; exit 3");
+  const cross::Popen exited("exit 3"), none(nullptr);
   EXPECT_EQ(exited.status, 768);
   EXPECT_EQ(exited.exitCode, 3);
-  EXPECT_EQ(exited.output, "out\n");
   EXPECT_EQ(cross::Popen("kill -9 $$").exitCode, 9);
-  const cross::Popen none(nullptr);
-  EXPECT_EQ(none.stream, nullptr);
-  EXPECT_EQ(none.status, -1);
-  EXPECT_EQ(none.exitCode, 0);
+  EXPECT_TRUE(!none.stream && none.status == -1 && none.exitCode == 0);
 }
 
 TEST(Process, PopenReadsOnAfterASignal) {
@@ -59,41 +49,36 @@ TEST(Process, PopenReadsOnAfterASignal) {
 }
 
 TEST(Process, SpawnCommandWantsOutput) {
-  const struct {
-    const char* command;
-    bool expected;
-  } rows[] = {{"echo x", true},           {"true", false}, {"sh -c 'echo x; exit 1'", false},
-              {"no-such-program", false}, {"'", false},    {nullptr, false}};
-  for (const auto& row : rows) {
+  for (const char* command : {"true", "sh -c 'echo x; exit 1'", "no-such-program", "'", ""}) {
     char* output = nullptr;
-    EXPECT_EQ(spawn_command(row.command, &output), row.expected) << row.command;
+    EXPECT_FALSE(spawn_command(command, &output)) << command;
     g_free(output);
   }
-  EXPECT_FALSE(spawn_command("echo x", nullptr));
-}
-
-std::string thrownBySpawn(const char* command) {
-  try {
-    return "returned " + spawnSyncWithThrow(command);
-  } catch (const std::string& message) {
-    return message;
-  }
+  char* output = nullptr;
+  EXPECT_TRUE(spawn_command("echo x", &output));
+  EXPECT_STREQ(output, "x\n");
+  g_free(output);
+  EXPECT_FALSE(spawn_command("echo x", nullptr) || spawn_command(nullptr, &output));
 }
 
 TEST(Process, SpawnSyncThrowsWhatStandardErrorSays) {
-  EXPECT_EQ(thrownBySpawn("echo 'a | b'"), "returned a | b\n");
-  EXPECT_EQ(thrownBySpawn("false"), "returned ");
-  EXPECT_EQ(thrownBySpawn("sh -c 'echo bad >&2'"), "sh -c 'echo bad >&2': bad\n");
-  EXPECT_EQ(thrownBySpawn("no-such-program x").rfind("Error net ifs cmd: no-such-program x\n", 0),
-            0U);
+  const auto thrown = [](const char* command) {
+    try {
+      return "returned " + spawnSyncWithThrow(command);
+    } catch (const std::string& message) {
+      return message;
+    }
+  };
+  EXPECT_EQ(thrown("echo 'a | b'"), "returned a | b\n");
+  EXPECT_EQ(thrown("false"), "returned ");
+  EXPECT_EQ(thrown("no-such x").rfind("Error net ifs cmd: no-such x\n", 0), 0U);
   EXPECT_THROW(spawnSyncWithThrow(nullptr), std::logic_error);
-}
 
-TEST(Process, SpawnSyncEchoesTheRun) {
   testing::internal::CaptureStdout();
-  thrownBySpawn("sh -c 'echo out; echo err >&2; exit 2'");
+  EXPECT_EQ(thrown("sh -c 'echo o; echo e >&2; exit 2'"),
+            "sh -c 'echo o; echo e >&2; exit 2': e\n");
   EXPECT_EQ(testing::internal::GetCapturedStdout(),
-            "<sh -c 'echo out; echo err >&2; exit 2'>\n512 <err:err\n>\n<out:out\n>\n");
+            "<sh -c 'echo o; echo e >&2; exit 2'>\n512 <err:e\n>\n<out:o\n>\n");
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -162,39 +147,24 @@ TEST(Open, FollowsTheStandardsModes) {
 TEST(Open, FailsClearly) {
   const TempDir dir;
   writeFile(dir / "a", "");
-  const std::string missing = dir / "no/such", cut = (dir / "a") + std::string("\0b", 2);
-  for (const std::string& path : {missing, cut, std::string()}) {
-    const std::ofstream out = openOutputFileUTF8Name(path, std::ios::app);
-    EXPECT_TRUE(out.fail() && !out.is_open());
-    const std::ifstream in = openInputFileUTF8Name(path, {});
-    EXPECT_TRUE(in.fail() && !in.is_open());
-    EXPECT_EQ(openCOutputFileUTF8Name(path), nullptr);
-    EXPECT_EQ(openCInputFileUTF8Name(path), nullptr);
+  for (const std::string& path : {dir / "no/such", (dir / "a") + std::string("\0b", 2)}) {
+    EXPECT_TRUE(openOutputFileUTF8Name(path, std::ios::app).fail());
+    EXPECT_TRUE(openInputFileUTF8Name(path, {}).fail());
+    EXPECT_TRUE(!openCOutputFileUTF8Name(path) && !openCInputFileUTF8Name(path));
     EXPECT_FALSE(fileExist(path));
   }
+  EXPECT_TRUE(fileExist(dir.getPath()));
 }
 
 TEST(Open, DescriptorsAreNotInherited) {
   const TempDir dir;
-  std::set<std::string> before, during;
-  const auto list = [] {
-    std::set<std::string> names;
-    for (const auto& entry : fs::directory_iterator("/proc/self/fd"))
-      names.insert(entry.path().filename());
-    return names;
-  };
-  before = list();
+  const int first = dup(0); // what is opened next stands above it
   const auto out = openOutputFileUTF8Name(dir / "a", std::ios::app);
   const auto in = openInputFileUTF8Name(dir / "a", {});
   FILE* const cOut = openCOutputFileUTF8Name(dir / "b");
   FILE* const cIn = openCInputFileUTF8Name(dir / "b");
-  int opened = 0;
-  for (const std::string& name : list())
-    if (!before.count(name)) {
-      ++opened;
-      EXPECT_TRUE(fcntl(std::stoi(name), F_GETFD) & FD_CLOEXEC) << name;
-    }
-  EXPECT_EQ(opened, 4);
+  for (int fd = first + 1; fd <= first + 4; ++fd)
+    EXPECT_EQ(fcntl(fd, F_GETFD), FD_CLOEXEC);
   fclose(cOut);
   fclose(cIn);
 }
@@ -205,10 +175,8 @@ TEST(FileInfo, MarksWhatDoesNotExist) {
   EXPECT_EQ(cross::FileInfo((dir / "a").c_str()).st.st_size, 3);
   for (const char* path : {"/no/such", "", static_cast<const char*>(nullptr)}) {
     const cross::FileInfo info(path);
-    EXPECT_EQ(info.st.st_dev, static_cast<dev_t>(-1));
-    EXPECT_EQ(info.st.st_size, 0);
+    EXPECT_TRUE(info.st.st_dev == static_cast<dev_t>(-1) && info.st.st_size == 0);
   }
-  EXPECT_TRUE(fileExist(dir.getPath()));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -221,19 +189,26 @@ struct FileTree : testing::Test {
   }
   ~FileTree() override { g_clear_error(&error); }
 
-  /// A tree with folders, links to everything, a FIFO and names that are not UTF-8.
+  /// Folders, a FIFO, links to a file, a folder and nothing, names that are not UTF-8.
   std::string makeTree() const {
     const std::string root = dir / "tree";
     fs::create_directories(root + "/sub/deep");
-    writeFile(root + "/a", "1");
-    writeFile(root + "/sub/deep/b", "2");
-    writeFile(root + "/sub/\xFF\xFE", "3");
-    fs::create_directory(root + "/sub/\xFD");
-    writeFile(root + "/sub/\xFD/c", "4");
+    fs::create_directories(root + "/sub/\xFD");
+    for (const char* name : {"/a", "/sub/deep/b", "/sub/\xFF\xFE", "/sub/\xFD/c"})
+      writeFile(root + name, name);
     mkfifo((root + "/fifo").c_str(), 0600);
     fs::create_symlink("nowhere", root + "/broken");
     fs::create_symlink("a", root + "/link");
+    fs::create_directory(dir / "outside");
+    writeFile(dir / "outside/kept", "kept");
+    fs::create_directory_symlink(dir / "outside", root + "/sub/deep/out");
     return root;
+  }
+
+  bool failedWith(GIOErrorEnum code) {
+    const bool result = g_error_matches(error, G_IO_ERROR, code);
+    g_clear_error(&error);
+    return result;
   }
 
   GFile* file(const std::string& path) {
@@ -248,18 +223,12 @@ struct FileTree : testing::Test {
 
 TEST_F(FileTree, RemovesEverythingButWhatLinksLeadTo) {
   const std::string root = makeTree();
-  const std::string outside = dir / "outside";
-  fs::create_directory(outside);
-  writeFile(outside + "/kept", "");
-  fs::create_directory_symlink(outside, root + "/sub/deep/out");
-  fs::create_directory_symlink(outside, dir / "top");
-
+  fs::create_directory_symlink(dir / "outside", dir / "top");
   EXPECT_TRUE(rm_rf(file(dir / "top"), nullptr, &error));
   EXPECT_TRUE(rm_rf(file(root), nullptr, &error));
   EXPECT_EQ(error, nullptr);
-  EXPECT_FALSE(fs::exists(root));
-  EXPECT_FALSE(fs::is_symlink(dir / "top"));
-  EXPECT_TRUE(fs::exists(outside + "/kept"));
+  EXPECT_FALSE(fs::exists(root) || fs::is_symlink(dir / "top"));
+  EXPECT_TRUE(fs::exists(dir / "outside/kept"));
 }
 
 TEST_F(FileTree, RemovesATreeDeeperThanTheDescriptorsLast) {
@@ -267,21 +236,10 @@ TEST_F(FileTree, RemovesATreeDeeperThanTheDescriptorsLast) {
   for (int i = 0; i < 300; ++i)
     path += "/d";
   fs::create_directories(path);
-  inChild([&] {
-    const rlimit few = {64, 64};
-    setrlimit(RLIMIT_NOFILE, &few);
-    return directory_remove_all(dir / "t") ? std::string() : (_exit(1), "");
-  });
+  const rlimit few = {64, 64};
+  setrlimit(RLIMIT_NOFILE, &few);
+  EXPECT_TRUE(directory_remove_all(dir / "t"));
   EXPECT_FALSE(fs::exists(dir / "t"));
-}
-
-TEST_F(FileTree, RemoveReportsFailureOnce) {
-  EXPECT_FALSE(directory_remove_all(dir / "missing"));
-  EXPECT_FALSE(rm_rf(file(dir / "missing"), nullptr, &error));
-  EXPECT_TRUE(g_error_matches(error, G_IO_ERROR, G_IO_ERROR_NOT_FOUND));
-  g_clear_error(&error);
-  EXPECT_FALSE(rm_rf(nullptr, nullptr, &error));
-  EXPECT_TRUE(g_error_matches(error, G_IO_ERROR, G_IO_ERROR_INVALID_ARGUMENT));
 }
 
 /// GIO takes the empty name for the working folder, and removed it with all that it held.
@@ -294,57 +252,44 @@ TEST_F(FileTree, RemovesNothingForANameOfNothing) {
   }
 }
 
-TEST_F(FileTree, CancelledOperationsSayWhy) {
+TEST_F(FileTree, ReportsFailureOnce) {
   const std::string root = makeTree();
-  const std::unique_ptr<GCancellable, decltype(&g_object_unref)> cancellable(g_cancellable_new(),
-                                                                             g_object_unref);
-  g_cancellable_cancel(cancellable.get());
-  const auto wasCancelled = [this] {
-    const bool result = g_error_matches(error, G_IO_ERROR, G_IO_ERROR_CANCELLED);
-    g_clear_error(&error);
-    return result;
-  };
-  EXPECT_FALSE(rm_rf(file(root), cancellable.get(), &error));
-  EXPECT_TRUE(wasCancelled());
-  EXPECT_FALSE(
-      copy_recursive(file(root), file(dir / "copy"), G_FILE_COPY_NONE, cancellable.get(), &error));
-  EXPECT_TRUE(wasCancelled());
+  writeFile(dir / "file", "");
+  EXPECT_FALSE(directory_remove_all(dir / "missing"));
+  EXPECT_FALSE(rm_rf(file(dir / "missing"), nullptr, &error));
+  EXPECT_TRUE(failedWith(G_IO_ERROR_NOT_FOUND));
+  EXPECT_FALSE(copy_recursive(file(root), file(dir / "file"), G_FILE_COPY_NONE, nullptr, &error));
+  EXPECT_TRUE(failedWith(G_IO_ERROR_NOT_DIRECTORY));
+  EXPECT_FALSE(copy_recursive(file(root), file(root + "/in"), G_FILE_COPY_NONE, nullptr, &error));
+  EXPECT_TRUE(failedWith(G_IO_ERROR_WOULD_RECURSE));
+  EXPECT_FALSE(rm_rf(nullptr, nullptr, &error));
+  EXPECT_TRUE(failedWith(G_IO_ERROR_INVALID_ARGUMENT));
+
+  const std::unique_ptr<GCancellable, decltype(&g_object_unref)> stop(g_cancellable_new(),
+                                                                      g_object_unref);
+  g_cancellable_cancel(stop.get());
+  EXPECT_FALSE(rm_rf(file(root), stop.get(), &error));
+  EXPECT_TRUE(failedWith(G_IO_ERROR_CANCELLED));
+  EXPECT_FALSE(copy_recursive(file(root), file(dir / "c"), G_FILE_COPY_NONE, stop.get(), &error));
+  EXPECT_TRUE(failedWith(G_IO_ERROR_CANCELLED));
   traverseFiles(
-      file(root), [](GFile*) { ADD_FAILURE() << "visited"; }, cancellable.get(), &error);
-  EXPECT_TRUE(wasCancelled());
+      file(root), [](GFile*) { ADD_FAILURE() << "visited"; }, stop.get(), &error);
+  EXPECT_TRUE(failedWith(G_IO_ERROR_CANCELLED));
 }
 
 TEST_F(FileTree, CopiesAllButSpecialFiles) {
   const std::string root = makeTree();
-  fs::create_directory_symlink("sub", root + "/folderlink");
-  for (int round = 0; round < 2; ++round) { // into an existing folder the second time
-    fs::remove_all(dir / "copy/sub");
-    fs::remove_all(dir / "copy/folderlink");
-    fs::remove(dir / "copy/a");
-    fs::remove(dir / "copy/link");
-    EXPECT_TRUE(copy_recursive(root, dir / "copy"));
-    EXPECT_EQ(readFile(dir / "copy/sub/deep/b"), "2");
-    EXPECT_EQ(readFile(dir / "copy/sub/\xFF\xFE"), "3");
-    EXPECT_EQ(readFile(dir / "copy/folderlink/\xFD/c"), "4");
-    EXPECT_FALSE(fs::is_symlink(dir / "copy/folderlink"));
-    EXPECT_EQ(fs::read_symlink(dir / "copy/link"), "a");
-    EXPECT_FALSE(fs::exists(fs::symlink_status(dir / "copy/fifo")));
-    EXPECT_FALSE(fs::exists(fs::symlink_status(dir / "copy/broken")));
-  }
-}
-
-TEST_F(FileTree, CopyReportsFailureOnce) {
-  const std::string root = makeTree();
-  writeFile(dir / "file", "");
-  EXPECT_FALSE(copy_recursive(file(root), file(dir / "file"), G_FILE_COPY_NONE, nullptr, &error));
-  EXPECT_NE(error, nullptr);
-  g_clear_error(&error);
-  EXPECT_FALSE(
-      copy_recursive(file(root), file(root + "/sub/in"), G_FILE_COPY_NONE, nullptr, &error));
-  EXPECT_TRUE(g_error_matches(error, G_IO_ERROR, G_IO_ERROR_WOULD_RECURSE));
-  EXPECT_FALSE(fs::exists(root + "/sub/in"));
-  EXPECT_FALSE(copy_recursive(root, dir / "no/such/folder"));
-  EXPECT_TRUE(copy_recursive(dir / "missing", dir / "copy"));
+  fs::create_directory(dir / "copy"); // an existing folder is filled
+  EXPECT_TRUE(copy_recursive(root, dir / "copy"));
+  EXPECT_EQ(readFile(dir / "copy/sub/deep/b"), "/sub/deep/b");
+  EXPECT_EQ(readFile(dir / "copy/sub/\xFD/c"), "/sub/\xFD/c");
+  EXPECT_EQ(readFile(dir / "copy/sub/\xFF\xFE"), "/sub/\xFF\xFE");
+  EXPECT_EQ(readFile(dir / "copy/sub/deep/out/kept"), "kept");
+  EXPECT_FALSE(fs::is_symlink(dir / "copy/sub/deep/out"));
+  EXPECT_EQ(fs::read_symlink(dir / "copy/link"), "a");
+  for (const char* name : {"copy/fifo", "copy/broken"})
+    EXPECT_FALSE(fs::exists(fs::symlink_status(dir / name))) << name;
+  EXPECT_TRUE(copy_recursive(dir / "missing", dir / "nothing"));
 }
 
 TEST_F(FileTree, VisitsRegularFilesThroughLinks) {
@@ -355,13 +300,8 @@ TEST_F(FileTree, VisitsRegularFilesThroughLinks) {
     names.insert(name.get());
   };
   traverseFiles(file(root), collect, nullptr, &error);
-  EXPECT_EQ(names, (std::multiset<std::string>{"a", "b", "c", "link", "\xFF\xFE"}));
+  EXPECT_EQ(names, (std::multiset<std::string>{"a", "b", "c", "kept", "link", "\xFF\xFE"}));
   EXPECT_EQ(error, nullptr);
-
-  traverseFiles(file(dir / "missing"), collect, nullptr, &error);
-  EXPECT_EQ(error, nullptr);
-  traverseFiles(nullptr, collect, nullptr, &error);
-  EXPECT_NE(error, nullptr);
   EXPECT_THROW(traverseFiles(file(root), {}, nullptr, nullptr), std::bad_function_call);
 }
 
@@ -369,20 +309,19 @@ TEST_F(FileTree, VisitGoesOnPastUnreadableFolders) {
   if (geteuid() != 0)
     GTEST_SKIP() << "needs root, to give up its rights in a child";
   const std::string root = makeTree();
-  fs::create_directory(root + "/sub/shut1");
-  fs::create_directory(root + "/shut2");
   fs::permissions(dir.getPath(), fs::perms::all);
-  for (const char* name : {"/sub/shut1", "/shut2"})
+  for (const char* name : {"/sub/shut", "/shut"}) {
+    fs::create_directory(root + name);
     fs::permissions(root + name, fs::perms::none);
+  }
   const std::string result = inChild([&] {
-    if (setuid(65534) != 0)
-      return std::string("still root");
     int count = 0;
-    traverseFiles(
-        file(root), [&](GFile*) { ++count; }, nullptr, &error);
+    if (setuid(65534) == 0)
+      traverseFiles(
+          file(root), [&](GFile*) { ++count; }, nullptr, &error);
     return std::to_string(count) + (error ? " and an error" : "");
   });
-  EXPECT_EQ(result, "5 and an error");
+  EXPECT_EQ(result, "6 and an error");
 }
 
 TEST(Mkdir, IsInverted) {
@@ -420,7 +359,6 @@ TEST(Directories, FollowHomeAndUserDirs) {
       writeFile(home / ".config/user-dirs.dirs", row.userDirs);
     const std::string result = inChild([&] {
       setenv("HOME", home.getPath().c_str(), 1);
-      (void)!freopen("/dev/null", "w", stderr); // awk's complaint of a missing file
       return getQivCrossDocDir() + "\n" + getQivCrossAppCacheDir();
     });
     std::string documents = row.documents;
@@ -434,19 +372,16 @@ TEST(Directories, FollowHomeAndUserDirs) {
 TEST(Directories, KeepTheLastDocuments) {
   const TempDir home;
   fs::create_directory(home / ".config");
-  const auto writeEntry = [&](const char* value) {
-    writeFile(home / ".config/user-dirs.dirs", std::string("XDG_DOCUMENTS_DIR=") + value + "\n");
-  };
   const std::string result = inChild([&] {
     setenv("HOME", home.getPath().c_str(), 1);
     std::string all;
     for (const char* value : {"\"$HOME/A\"", "\"/b\"", "\"$HOME/\"", "\"$HOME/C\""}) {
-      writeEntry(value);
-      all += cross::getDocDir() + home.getPath().size() + std::string(" ");
+      writeFile(home / ".config/user-dirs.dirs", std::string("XDG_DOCUMENTS_DIR=") + value);
+      all += cross::getDocDir() + home.getPath().size();
     }
     return all;
   });
-  EXPECT_EQ(result, "/A/ /A/ /A/ /C/ ");
+  EXPECT_EQ(result, "/A//A//A//C/");
 }
 
 TEST(Directories, NeedHome) {
@@ -487,23 +422,19 @@ TEST(Listing, EntersOnlyTheFirstFolder) {
 TEST(Listing, SurvivesPathsOfAnyLength) {
   const TempDir dir;
   fs::current_path(dir.getPath());
-  const std::string name(250, 'n');
   for (int i = 0; i < 20; ++i) {
-    fs::create_directory(name);
-    fs::current_path(name);
+    fs::create_directory(std::string(250, 'n'));
+    fs::current_path(std::string(250, 'n'));
   }
-  testing::internal::CaptureStdout();
   EXPECT_EQ(cross::ls(dir.getPath().c_str()), 0);
-  testing::internal::GetCapturedStdout();
   fs::current_path("/");
-  (void)!std::system(("rm -rf " + dir.getPath()).c_str());
+  EXPECT_EQ(std::system(("rm -r " + dir.getPath()).c_str()), 0); // too deep for std::filesystem
 }
 
 TEST(Directories, DeveloperCheckPrintsInOrder) {
   const TempDir home;
   const std::string output = inChild([&] {
     setenv("HOME", home.getPath().c_str(), 1);
-    (void)!freopen("/dev/null", "w", stderr);
     testing::internal::CaptureStdout();
     cross::dirs_test();
     return testing::internal::GetCapturedStdout();
@@ -511,38 +442,25 @@ TEST(Directories, DeveloperCheckPrintsInOrder) {
   std::size_t position = 0;
   for (const char* line :
        {"sz=1 4096 \n", "locale=C, CP=", "\nappcache=", "\nmydoc= 0x0 0x0 0x0\n",
-        "glib_=", "\nCannot open dir ../1path/\n", "PATH_MAX=4096,", "\nret=0\n"}) {
-    const std::size_t found = output.find(line, position);
-    EXPECT_NE(found, std::string::npos) << line << " in " << output;
-    position = std::max(position, found);
-  }
+        "glib_=", "\nCannot open dir ../1path/\n", "PATH_MAX=4096,", "\nret=0\n"})
+    ASSERT_NE(position = output.find(line, position), std::string::npos) << line << output;
 }
 
-TEST(Descriptors, AreReleased) {
+TEST(Files, LeaveNoDescriptor) {
   const TempDir dir;
   writeFile(dir / "a", "");
-  const auto useEverything = [&] {
+  support::expectNoDescriptorLeft(1000, [&] {
     openOutputFileUTF8Name(dir / "b", std::ios::app) << "x";
     openInputFileUTF8Name(dir / "b", {}).get();
     directory_remove_all(dir / "missing");
     copy_recursive(dir / "a", dir / "a");
-    cross::FileInfo(dir.getPath().c_str());
-  };
-  const auto runEverything = [] {
+  });
+  support::expectNoDescriptorLeft(100, [] {
     cross::exec("exit 1");
     cross::execPipe("kill -9 $$");
     char* output = nullptr;
     spawn_command("no-such-program", &output);
-    g_free(output);
-  };
-  useEverything();
-  runEverything();
-  const long before = support::openDescriptors();
-  for (int i = 0; i < 1000; ++i)
-    useEverything();
-  for (int i = 0; i < 100; ++i)
-    runEverything();
-  EXPECT_EQ(support::openDescriptors(), before);
+  });
 }
 
 } // namespace

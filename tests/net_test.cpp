@@ -6,6 +6,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <random>
+#include <regex>
 #include <sched.h>
 #include <stdexcept>
 
@@ -43,40 +44,29 @@ std::string randomText(std::mt19937& random, const std::vector<std::string>& pie
   return text;
 }
 
-bool hasLongGroup(const std::string& text) {
-  std::size_t digits = 0;
-  for (const char c : text)
-    if (digits = std::isxdigit(static_cast<unsigned char>(c)) ? digits + 1 : 0; digits > 4)
-      return true;
-  return false;
-}
-
 TEST(StrictParser, AgreesWithInetPton) {
+  const std::regex longGroup("[0-9a-fA-F]{5}"); // leading zeros are ours alone
   std::mt19937 random(1);
   int accepted = 0;
-  for (int i = 0; i < 200000; ++i) {
+  const auto compare = [&](int family, auto parse, const std::string& text, std::size_t size) {
     unsigned char ours[16], theirs[16];
     std::memset(ours, 0xEE, sizeof ours);
-    const std::string ip4 = randomText(random, {"0", "1", "25", "5", ".", ".", "01", " ", "256"});
-    if (const bool valid = inet_pton(AF_INET, ip4.c_str(), theirs) == 1) {
-      ++accepted;
-      ASSERT_TRUE(ip4ToBytes(ip4.c_str(), ours) == valid && !std::memcmp(ours, theirs, 4)) << ip4;
-    } else {
-      ASSERT_FALSE(ip4ToBytes(ip4.c_str(), ours)) << ip4;
-      ASSERT_EQ(ours[0], 0xEE) << "written by the rejected " << ip4;
-    }
-    std::memset(ours, 0xEE, sizeof ours);
+    std::memset(theirs, 0xEE, sizeof theirs);
+    const bool valid = inet_pton(family, text.c_str(), theirs) == 1;
+    accepted += valid;
+    ASSERT_EQ(parse(text.c_str(), ours), valid) << text;
+    if (!valid)
+      std::memset(theirs, 0xEE, sizeof theirs); // a rejected text leaves the bytes alone
+    ASSERT_EQ(hex(ours, size), hex(theirs, size)) << text;
+  };
+  using Parser = bool (*)(const char*, unsigned char*);
+  for (int i = 0; i < 100000; ++i) {
+    compare(AF_INET, Parser(ip4ToBytes),
+            randomText(random, {"0", "1", "25", "5", ".", ".", "01", " ", "256"}), 4);
     const std::string ip6 =
         randomText(random, {":", ":", ":", "::", "1", "aB", "fe80", "0", "1.2.3.4", "g", "::ffff"});
-    if (hasLongGroup(ip6)) // where leading zeros are ours alone
-      continue;
-    if (const bool valid = inet_pton(AF_INET6, ip6.c_str(), theirs) == 1) {
-      ++accepted;
-      ASSERT_TRUE(ip6ToBytes(ip6.c_str(), ours) == valid && !std::memcmp(ours, theirs, 16)) << ip6;
-    } else {
-      ASSERT_FALSE(ip6ToBytes(ip6.c_str(), ours)) << ip6;
-      ASSERT_EQ(ours[0], 0xEE) << "written by the rejected " << ip6;
-    }
+    if (!std::regex_search(ip6, longGroup))
+      compare(AF_INET6, Parser(ip6ToBytes), ip6, 16);
   }
   EXPECT_GT(accepted, 1000);
 }
@@ -84,10 +74,8 @@ TEST(StrictParser, AgreesWithInetPton) {
 TEST(StrictParser, TakesGroupsOfAnyLength) {
   EXPECT_EQ(Ip6("00001::000ffff"), Ip6("1::ffff"));
   EXPECT_EQ(Ip6("12345::"), Ip6());
-  unsigned char bytes[16];
-  const char* const null = nullptr;
-  EXPECT_FALSE(ip4ToBytes(null, bytes));
-  EXPECT_FALSE(ip6ToBytes(null, bytes));
+  EXPECT_EQ(Ip6(static_cast<const char*>(nullptr)), Ip6());
+  EXPECT_EQ(Ip4(static_cast<const char*>(nullptr)), Ip4());
 }
 
 TEST(LenientParser, NeverFails) {
@@ -109,12 +97,6 @@ TEST(LenientParser, NeverFails) {
   EXPECT_EQ(Mac("00:1a-2B:3c:4d:5e").to_string(), "00:1A:2B:3C:4D:5E");
   EXPECT_EQ(Mac(std::string("0x1:101:z")).to_string('-'), "01-01-00-00-00-00");
   EXPECT_THROW(Mac(static_cast<const char*>(nullptr)), std::logic_error);
-}
-
-TEST(NetAddr, OrdersByBytes) {
-  EXPECT_LT(Ip4("9.0.0.0"), Ip4("10.0.0.0"));
-  EXPECT_NE(Ip4("9.0.0.0"), Ip4("9.0.0.1"));
-  EXPECT_EQ(Ip4("10.0.0.1").to_string('-'), "10-0-0-1");
 }
 
 TEST(Formatter, PrintsIp6InNativeOrder) {
@@ -140,9 +122,9 @@ TEST(Formatter, PrintsIp6InNativeOrder) {
 TEST(Formatter, JoinsAnyCount) {
   const unsigned char bytes[] = {0xAA, 9, 99, 100, 255, 0, 7};
   EXPECT_EQ(ipv4_to_string(bytes, 7, ' '), "170 9 99 100 255 0 7");
-  EXPECT_EQ(ipv4_to_string(bytes, 0, '.'), "");
   EXPECT_EQ(mac_to_string_hex(bytes, 2, '-'), "AA-09");
-  EXPECT_EQ(mac_to_string_hex(bytes, 0, '-'), "");
+  EXPECT_EQ(ipv4_to_string(bytes, 0, '.') + mac_to_string_hex(bytes, 0, '-'), "");
+  EXPECT_TRUE(Ip4("9.0.0.0") < Ip4("10.0.0.0") && Ip4("9.0.0.0") != Ip4("9.0.0.1"));
 }
 
 TEST(IPv4Subnet, WantsBothDirections) {
@@ -211,22 +193,17 @@ TEST(Ipv4Text, MasksRoundTrip) {
 
 TEST(Checksum, AddsWordsAndTheOddByte) {
   std::mt19937 random(2);
-  for (int length = 0; length < 300; ++length) {
-    std::vector<unsigned short> words(static_cast<std::size_t>(length) / 2 + 1);
-    for (auto& word : words)
-      word = static_cast<unsigned short>(random());
-    unsigned long sum = 0;
-    for (int i = 0; i < length / 2; ++i)
-      sum += words[static_cast<std::size_t>(i)];
-    if (length % 2)
-      sum += words.back() & 0xFFU;
-    while (sum >> 16)
-      sum = (sum & 0xFFFF) + (sum >> 16);
-    EXPECT_EQ(_checksum(words.data(), length), static_cast<unsigned short>(~sum)) << length;
+  std::vector<unsigned short> words(150);
+  for (auto& word : words)
+    word = static_cast<unsigned short>(random());
+  unsigned long sum = 0;
+  for (int length = 0; length < 300; sum += length++ % 2 ? words[length / 2U - 1] : 0U) {
+    unsigned long folded = sum + (length % 2 ? words[length / 2U] & 0xFFU : 0U);
+    while (folded >> 16)
+      folded = (folded & 0xFFFF) + (folded >> 16);
+    EXPECT_EQ(_checksum(words.data(), length), static_cast<unsigned short>(~folded)) << length;
   }
-  unsigned short one = 1;
-  EXPECT_EQ(_checksum(&one, 1), 0xFFFE);
-  EXPECT_EQ(_checksum(&one, -1), 0xFFFF);
+  EXPECT_EQ(_checksum(words.data(), -1), 0xFFFF);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -340,15 +317,8 @@ TEST_F(FakeIp, HelperAnswersFromTheListing) {
 TEST_F(FakeIp, ThrowsWhatIpComplainsOf) {
   writeScript(dir / "ip", "echo broken >&2");
   EXPECT_EQ(thrown(), "string:  ip r show default: broken\n");
-}
-
-TEST_F(FakeIp, NoIpToolGivesAnEmptyList) {
-  const std::string result = inChild([&] {
-    setenv("PATH", "/no/such", 1);
-    (void)!freopen("/dev/null", "w", stderr); // the shell's complaint
-    return thrown() + std::to_string(getNetworkInterfacesLinux().interfaces.size());
-  });
-  EXPECT_EQ(result, "0");
+  setenv("PATH", "/no/such", 1);
+  EXPECT_EQ(thrown(), "") << "no `ip` at all gives an empty list";
 }
 
 TEST_F(FakeIp, DiagnosesADeadNetwork) {
@@ -434,7 +404,7 @@ TEST(AddToNetIfs, FiltersAndPutsLongGatewaysFirst) {
     iface.gateway = std::string(iface.name == "b" ? 33 : 32, '1');
     _addToNetIfs(list, iface);
   }
-  ASSERT_EQ(list.interfaces.size(), 2U);
+  EXPECT_EQ(list.interfaces.size(), 2U);
   EXPECT_EQ(list.interfaces.front().name, "b");
 }
 
@@ -461,7 +431,6 @@ TEST_F(RealNetwork, FindsABridgeWithItsGateway) {
   run("ip link set v0 up && ip link set v1 up && ip link set br0 up");
   run("ip addr add 192.168.7.5/24 dev br0 && ip route add default via 192.168.7.1");
   const NetworkInterfaces list = NetworkHelper::getNetworkInterfaces();
-  EXPECT_TRUE(list.hasAddress && list.hasInterface);
   const auto br0 = std::find_if(list.interfaces.begin(), list.interfaces.end(),
                                 [](const NetworkInterface& iface) { return iface.name == "br0"; });
   ASSERT_NE(br0, list.interfaces.end());
@@ -477,10 +446,6 @@ TEST_F(RealNetwork, DiagnosesAPeerThatIsDown) {
   run("ip addr add 10.9.0.1/24 dev v0");
   EXPECT_EQ(FakeIp::thrown(), "string: v1@v0: ethernet adapter or network is disabled\n"
                               "v0@v1: No ethernet link\n");
-}
-
-TEST_F(RealNetwork, AnEmptyNetworkIsNoFailure) {
-  EXPECT_TRUE(NetworkHelper::getNetworkInterfaces().interfaces.empty());
 }
 
 TEST_F(RealNetwork, AddsTheLinkLocalAddress) {
@@ -520,11 +485,7 @@ TEST(Ping, RunsOnePlainCommand) {
 }
 
 TEST(Discovery, LeavesNoDescriptor) {
-  getNetworkInterfacesLinux();
-  const long before = support::openDescriptors();
-  for (int i = 0; i < 100; ++i)
-    getNetworkInterfacesLinux();
-  EXPECT_EQ(support::openDescriptors(), before);
+  support::expectNoDescriptorLeft(100, [] { getNetworkInterfacesLinux(); });
 }
 
 } // namespace
