@@ -1,7 +1,7 @@
 #ifndef QIV_LOG_H
 #define QIV_LOG_H
 
-/// The HTML log: a page for each run of the application, which a browser shows.
+/// The HTML log, a page for each run of the application, which a browser shows; times as text.
 ///
 ///     QivLog::Log::writeInfo("started");
 ///     QivLog::Log::writeError(message);
@@ -13,6 +13,7 @@
 
 #include "qiv/export.h"
 
+#include <chrono>
 #include <string>
 
 namespace QivLog {
@@ -57,5 +58,33 @@ public:
 };
 
 } // namespace QivLog
+
+namespace Qiv {
+
+/// Times and durations for display. Safe to call from any thread.
+///
+///     DateTimeHelper::getDisplayTimeString(file.modified, "%d.%m.%Y %H:%M");
+///     DateTimeHelper::getDisplayDurationString(start, end, "%02d:%02d:%02d"); // "27:00:09"
+class QIV_API DateTimeHelper {
+public:
+  /// Milliseconds since the Unix epoch.
+  static long getTimeNowSniceEpochMs();
+
+  /// The local time of a time_t through a std::put_time format, in the global C++ locale. Only 0
+  /// gives "". Throws std::out_of_range for a year beyond int, std::logic_error for a null format.
+  static std::string getDisplayTimeString(long seconds, const char* format);
+
+  /// The same for a time point, except that the epoch and all before it give "".
+  static std::string getDisplayTimeString(const std::chrono::system_clock::time_point& time,
+                                          const char* format);
+
+  /// Hours (not wrapped at 24), minutes and seconds from start to end as three int for a printf
+  /// format. Fractions are dropped; "" unless end is later. Throws as StringHelper::formatC.
+  static std::string getDisplayDurationString(const std::chrono::system_clock::time_point& start,
+                                              const std::chrono::system_clock::time_point& end,
+                                              const char* format);
+};
+
+} // namespace Qiv
 
 #endif

@@ -6,12 +6,16 @@
 ///     for (const std::string& piece : Qiv::StringHelper::split("1..2", '.'))
 ///       use(piece); // "1", "", "2"
 ///
-/// The functions keep no state and may be called from any thread.
+/// The functions keep no state and may be called from any thread; objects need a lock when threads
+/// share them.
 
 #include "qiv/export.h"
 
 #include <cstddef>
+#include <sigc++/signal.h>
+#include <stack>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Qiv {
@@ -48,6 +52,150 @@ class QIV_API BitConverter {
 public:
   /// Two upper-case hexadecimal digits: 10 gives "0A".
   static std::string to_HexString(unsigned char value);
+};
+
+// ---------------------------------------------------------------------------------------------
+// Byte encodings
+// ---------------------------------------------------------------------------------------------
+
+/// Base64 (RFC 4648, section 4) with padding and without line breaks.
+QIV_API std::string base64_encode(const unsigned char* data, unsigned int length);
+
+/// The bytes before the first "=" or other character foreign to Base64; what follows is ignored
+/// without an error. Padding is not needed. A single leftover character gives no byte.
+QIV_API std::string base64_decode(const std::string& text);
+
+/// Byte stacks, in which a reader finds first what was pushed last.
+class QIV_API stackHelper {
+public:
+  static std::vector<unsigned char> stringToVector(const std::string& text);
+
+  /// Pushes the bytes in order, so that the last one is on top; with `reverse` the first one is.
+  static void pushData(std::stack<unsigned char>& stack, const unsigned char* data,
+                       std::size_t length, bool reverse);
+
+  /// The same for the bytes of a text, then with `pushLength` their number's low 8 bits.
+  static void pushData(std::stack<unsigned char>& stack, const std::string& text, bool reverse,
+                       bool pushLength);
+
+  /// Empties the stack: the bytes from top to bottom.
+  static std::vector<unsigned char> stackToVector(std::stack<unsigned char>& stack);
+
+  /// Empties the stack, to std::cout: for each byte from the top two hexadecimal digits, the byte
+  /// itself and a line end, with "-" between bytes and a line end after all. Leaves std::cout in
+  /// upper-case hexadecimal mode with the fill character "0".
+  static void printStack(std::stack<unsigned char>& stack);
+};
+
+class QIV_API vectorHelper {
+public:
+  /// Writes a line like "0A-FF-10" to std::cout and leaves it in upper-case hexadecimal mode.
+  static void print(const std::vector<unsigned char>& bytes);
+};
+
+// ---------------------------------------------------------------------------------------------
+// Collections
+// ---------------------------------------------------------------------------------------------
+
+/// Bits packed in bytes: bit i is bit i % 8, counted from the least significant one, of byte i / 8.
+///
+///     Qiv::BitArray pins(10);
+///     pins.set(9, true); // the bytes are 0x00, 0x02
+///
+/// An index at or beyond the size throws std::out_of_range "Index out of range". A call that throws
+/// changes nothing.
+class QIV_API BitArray {
+public:
+  /// `size` bits, all false.
+  explicit BitArray(std::size_t size);
+  BitArray(const BitArray&) = default;
+  /// Leaves `other` empty.
+  BitArray(BitArray&& other) noexcept
+      : size(std::exchange(other.size, 0)), data(std::move(other.data)) {}
+  BitArray& operator=(BitArray other) noexcept {
+    std::swap(size, other.size);
+    data.swap(other.data);
+    return *this;
+  }
+
+  BitArray clone() const { return *this; }
+
+  std::size_t getSize() const { return size; }
+  const std::vector<unsigned char>& getData() const { return data; }
+
+  bool get(std::size_t index) const;
+  bool operator[](std::size_t index) const { return get(index); }
+
+  /// True when a byte is not zero. Padding that came with fillData counts too.
+  bool hasAnyTrue() const;
+
+  void set(std::size_t index, bool value);
+  void inverse(std::size_t index);
+
+  /// Bits that are added are false. Without `keepValues` all are, unless the size stays as it is.
+  void resize(std::size_t newSize, bool keepValues);
+  void clear();
+  void inverseAll();
+
+  /// Both throw std::invalid_argument when the sizes differ.
+  BitArray xorOperation(const BitArray& other) const;
+  void xorWith(const BitArray& other);
+
+  /// Copies `count` bytes from source + offset as they are, padding beyond the size included. When
+  /// the array has not that many bytes, `allowResize` makes it count * 8 bits long; otherwise
+  /// throws std::runtime_error. Throws std::length_error when there is no such size.
+  void fillData(const unsigned char* source, std::size_t offset, std::size_t count,
+                bool allowResize);
+
+  static std::size_t byteIndex(std::size_t index) { return index >> 3; }
+  static unsigned char bitMask(std::size_t index) {
+    return static_cast<unsigned char>(1U << (index & 7));
+  }
+
+private:
+  std::size_t size;
+  std::vector<unsigned char> data;
+};
+
+/// The strings used last, each once, the newest at the back; kept as one line of text.
+///
+///     Qiv::RecentCollection files(10);
+///     files.signalChanged.connect(showFiles);
+///     files.deserialize(settings.recentFiles); // "a.xml;b.xml"
+///     files.tryAdd("a.xml");                   // now "b.xml;a.xml"
+///
+/// Slots may change the collection. The destructor is not virtual: delete an object of a subclass
+/// only as what it is. A copy shares the slots of its original.
+class QIV_API RecentCollection {
+public:
+  explicit RecentCollection(unsigned int maxCount);
+
+  /// The newest entry, "" when there is none.
+  std::string getLast() const;
+  unsigned int getMaxCount() const { return maxCount; }
+  const std::vector<std::string>& getCollection() const { return collection; }
+
+  /// The entries joined with ";". Entries that hold ";" and empty ones at the front do not survive
+  /// the way back.
+  std::string serialize() const;
+
+  /// Makes `item` the newest entry. Drops the oldest one, and never more than that, when there are
+  /// then more than maxCount. Returns false and does nothing when _canAdd refuses.
+  bool tryAdd(const std::string& item);
+
+  /// Replaces the entries with the pieces of `text` that _canAdd lets in; neither maxCount nor
+  /// duplicates are looked at.
+  void deserialize(const std::string& text);
+
+  /// Override to refuse entries; is asked before each is added.
+  virtual bool _canAdd(const std::string& item);
+
+  /// Emitted after each deserialize and each tryAdd that returns true, changed or not.
+  sigc::signal<void> signalChanged;
+
+private:
+  unsigned int maxCount;
+  std::vector<std::string> collection;
 };
 
 } // namespace Qiv

@@ -1,0 +1,59 @@
+#include "qiv/log.h"
+
+#include "qiv/text.h"
+#include "text/checked_text.h"
+
+#include <ctime>
+#include <iomanip>
+#include <sstream>
+#include <stdexcept>
+
+namespace Qiv {
+
+using Clock = std::chrono::system_clock;
+
+namespace {
+
+unsigned long nanoseconds(const Clock::time_point& time) {
+  return static_cast<unsigned long>(std::chrono::nanoseconds(time.time_since_epoch()).count());
+}
+
+} // namespace
+
+long DateTimeHelper::getTimeNowSniceEpochMs() {
+  return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now().time_since_epoch())
+      .count();
+}
+
+std::string DateTimeHelper::getDisplayTimeString(long seconds, const char* format) {
+  if (seconds == 0)
+    return {};
+  std::tm local;
+  tzset(); // localtime_r alone does not notice a new time zone
+  if (!localtime_r(&seconds, &local))
+    throw std::out_of_range("DateTimeHelper: The calendar cannot hold this time");
+  std::ostringstream text;
+  text.exceptions(std::ios_base::badbit);
+  text << std::put_time(&local, internal::checkedText(format));
+  return text.str();
+}
+
+std::string DateTimeHelper::getDisplayTimeString(const Clock::time_point& time,
+                                                 const char* format) {
+  if (time <= Clock::time_point())
+    return {};
+  return getDisplayTimeString(Clock::to_time_t(time), format);
+}
+
+std::string DateTimeHelper::getDisplayDurationString(const Clock::time_point& start,
+                                                     const Clock::time_point& end,
+                                                     const char* format) {
+  if (end <= start)
+    return {};
+  // Unsigned, since the span of two time points may be twice the range of one.
+  const unsigned long seconds = (nanoseconds(end) - nanoseconds(start)) / 1000000000;
+  return StringHelper::formatC(format, static_cast<int>(seconds / 3600),
+                               static_cast<int>(seconds / 60 % 60), static_cast<int>(seconds % 60));
+}
+
+} // namespace Qiv

@@ -1,0 +1,110 @@
+#include "qiv/text.h"
+
+#include <algorithm>
+#include <cstring>
+#include <functional>
+#include <limits>
+#include <stdexcept>
+
+namespace Qiv {
+
+namespace {
+
+using Bytes = std::vector<unsigned char>;
+
+/// (size + 7) / 8 without its overflow.
+std::size_t byteCount(std::size_t size) {
+  return size / 8 + (size % 8 != 0);
+}
+
+void checkIndex(std::size_t index, std::size_t size) {
+  if (index >= size)
+    throw std::out_of_range("Index out of range");
+}
+
+/// Zeroes the bits at and beyond `size` of the byte in which the bit before it lies.
+void clearPadding(Bytes& bytes, std::size_t size) {
+  if (size % 8 != 0)
+    bytes[BitArray::byteIndex(size)] &= static_cast<unsigned char>(BitArray::bitMask(size) - 1);
+}
+
+} // namespace
+
+BitArray::BitArray(std::size_t size) : size(size), data(byteCount(size)) {}
+
+bool BitArray::get(std::size_t index) const {
+  checkIndex(index, size);
+  return (data[byteIndex(index)] & bitMask(index)) != 0;
+}
+
+bool BitArray::hasAnyTrue() const {
+  // All bytes are zero when the first one is and each equals the one before it.
+  return !data.empty() &&
+         (data[0] != 0 || std::memcmp(data.data(), data.data() + 1, data.size() - 1) != 0);
+}
+
+void BitArray::set(std::size_t index, bool value) {
+  checkIndex(index, size);
+  unsigned char& byte = data[byteIndex(index)];
+  byte = static_cast<unsigned char>(value ? byte | bitMask(index) : byte & ~bitMask(index));
+}
+
+void BitArray::inverse(std::size_t index) {
+  checkIndex(index, size);
+  data[byteIndex(index)] ^= bitMask(index);
+}
+
+void BitArray::resize(std::size_t newSize, bool keepValues) {
+  if (newSize == size)
+    return;
+  Bytes bytes(byteCount(newSize));
+  if (keepValues) {
+    const std::size_t kept = std::min(size, newSize);
+    std::copy_n(data.begin(), byteCount(kept), bytes.begin());
+    clearPadding(bytes, kept);
+  }
+  data.swap(bytes);
+  size = newSize;
+}
+
+void BitArray::clear() {
+  std::fill(data.begin(), data.end(), static_cast<unsigned char>(0));
+}
+
+void BitArray::inverseAll() {
+  std::transform(data.begin(), data.end(), data.begin(), std::bit_not<unsigned char>());
+  clearPadding(data, size);
+}
+
+BitArray BitArray::xorOperation(const BitArray& other) const {
+  BitArray result = clone();
+  result.xorWith(other);
+  return result;
+}
+
+void BitArray::xorWith(const BitArray& other) {
+  if (size != other.size)
+    throw std::invalid_argument("BitArrays must have the same size for XOR operation");
+  std::transform(data.begin(), data.end(), other.data.begin(), data.begin(),
+                 std::bit_xor<unsigned char>());
+}
+
+void BitArray::fillData(const unsigned char* source, std::size_t offset, std::size_t count,
+                        bool allowResize) {
+  if (count != data.size() && !allowResize)
+    throw std::runtime_error("BitArray::fillData: Incorrect size");
+  if (count > std::numeric_limits<std::size_t>::max() / 8)
+    throw std::length_error("BitArray::fillData: Too many bytes");
+  if (count == 0)
+    return resize(0, false);
+  const unsigned char* const first = source + offset;
+  if (count == data.size()) {
+    std::memmove(data.data(), first, count);
+    return;
+  }
+  // A vector of its own: the source may lie in the bytes that go.
+  data = Bytes(first, first + count);
+  size = count * 8;
+}
+
+} // namespace Qiv
