@@ -165,7 +165,7 @@ private:
 ///     files.tryAdd("a.xml");                   // now "b.xml;a.xml"
 ///
 /// Slots may change the collection. The destructor is not virtual: delete an object of a subclass
-/// only as what it is. A copy shares the slots of its original.
+/// only as what it is (compilers warn unless it is final). A copy shares the slots.
 class QIV_API RecentCollection {
 public:
   explicit RecentCollection(unsigned int maxCount);
