@@ -1,12 +1,11 @@
 #include "qiv/log.h"
 
+#include "log/local_time.h"
 #include "qiv/text.h"
 #include "text/checked_text.h"
 
-#include <ctime>
 #include <iomanip>
 #include <sstream>
-#include <stdexcept>
 
 namespace Qiv {
 
@@ -28,10 +27,7 @@ long DateTimeHelper::getTimeNowSniceEpochMs() {
 std::string DateTimeHelper::getDisplayTimeString(long seconds, const char* format) {
   if (seconds == 0)
     return {};
-  std::tm local;
-  tzset(); // localtime_r alone does not notice a new time zone
-  if (!localtime_r(&seconds, &local))
-    throw std::out_of_range("DateTimeHelper: The calendar cannot hold this time");
+  const std::tm local = internal::localTime(seconds);
   std::ostringstream text;
   text.exceptions(std::ios_base::badbit);
   text << std::put_time(&local, internal::checkedText(format));
