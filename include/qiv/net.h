@@ -243,6 +243,32 @@ QIV_API bool pingLinux(const std::string& host, unsigned int timeout);
 /// The Internet checksum (RFC 1071) of `length` bytes, in native byte order.
 QIV_API unsigned short _checksum(unsigned short* data, int length);
 
+// ---------------------------------------------------------------------------------------------
+// FTP upload
+// ---------------------------------------------------------------------------------------------
+
+namespace Net {
+namespace Web {
+
+class QIV_API Client {
+public:
+  /// Stores a local file as `urlPrefix` + "qivor_upload.part" and, once it is complete, has the
+  /// server rename it to `remoteName`. Blocks until done; standard error shows the progress.
+  ///
+  /// Returns 1 when the local file cannot be examined, which standard output tells, otherwise 0,
+  /// EVEN WHEN THE TRANSFER FAILED: standard error tells why, and all that the server has of it is
+  /// part of the temporary file. Null texts, a remote name with a line break, a name or URL beyond
+  /// 4,090 or 4,095 bytes, a folder and a file that cannot be opened are refused and nothing sent.
+  ///
+  /// `urlPrefix` is an FTP URL that ends with "/" and holds user and password where they are
+  /// needed. Unlike the rest of this header, calls must not overlap, and two programs must not
+  /// upload into the same remote folder at once.
+  int FTPUpload(const char* remoteName, const char* urlPrefix, const char* localPath);
+};
+
+} // namespace Web
+} // namespace Net
+
 } // namespace Qiv
 
 #endif

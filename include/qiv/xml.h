@@ -10,6 +10,7 @@
 
 #include "qiv/export.h"
 
+#include <map>
 #include <string>
 
 namespace xmlpp {
@@ -39,6 +40,51 @@ public:
   /// Prints the element as a formatted document, with declaration, to std::cout. A std::exception
   /// while writing is printed to std::cerr.
   static void writeToOutput(xmlpp::Element* element);
+};
+
+// ---------------------------------------------------------------------------------------------
+// XSLT
+// ---------------------------------------------------------------------------------------------
+
+/// Applies an XSLT 1.0 stylesheet file to an XML file.
+///
+///     const int status = Qiv::XslTransformer("in.xml", "page.xsl", "page.html").transform();
+///
+/// The texts, parameters too, are not copied: they must live as long as the object uses them. A
+/// copy refers to the same texts.
+///
+/// The destructor releases the process-wide state of libxslt and libxml2. Both come back to life
+/// when they are used again, and documents that exist stay good, but no other thread may parse or
+/// transform meanwhile, whether through this class or libxml++.
+class QIV_API XslTransformer {
+public:
+  XslTransformer() = default;
+  XslTransformer(const char* xmlFile, const char* xslFile, const char* outFile);
+  XslTransformer(const XslTransformer&) = default;
+  XslTransformer& operator=(const XslTransformer&) = default;
+  ~XslTransformer();
+
+  const std::map<const char*, const char*>& getParams() const { return params; }
+
+  void setInFiles(const char* xmlFile, const char* xslFile);
+  void setOutFile(const char* outFile);
+
+  /// Replaces the parameters, whose keys differ when their pointers do. They are only kept here:
+  /// transform() leaves each stylesheet parameter at its default.
+  void setParams(const std::map<const char*, const char*>& params);
+  void clearParams();
+
+  /// Replaces the output file, in the method and encoding that the stylesheet asks for. Returns 0,
+  /// or EOF when the output could not be opened or written. A missing or malformed input or
+  /// stylesheet gives an EMPTY file and 0; standard error tells why. Throws std::logic_error when
+  /// the output name is null.
+  int transform();
+
+private:
+  const char* xmlFile = nullptr;
+  const char* xslFile = nullptr;
+  const char* outFile = nullptr;
+  std::map<const char*, const char*> params;
 };
 
 } // namespace Qiv

@@ -1,0 +1,67 @@
+#include "qiv/files.h"
+#include "qiv/xml.h"
+
+#include "text/checked_text.h"
+
+#include <cstdio>
+#include <libxml/parser.h>
+#include <libxslt/transform.h>
+#include <libxslt/xsltutils.h>
+#include <memory>
+
+namespace Qiv {
+
+namespace {
+
+using Stylesheet = std::unique_ptr<xsltStylesheet, decltype(&xsltFreeStylesheet)>;
+using Document = std::unique_ptr<xmlDoc, decltype(&xmlFreeDoc)>;
+
+/// Writes nothing when a file is unusable; the libraries have told why on standard error.
+void writeResult(const char* xmlFile, const char* xslFile, FILE* output) {
+  const Stylesheet style(xsltParseStylesheetFile(reinterpret_cast<const xmlChar*>(xslFile)),
+                         &xsltFreeStylesheet);
+  const Document input(xmlParseFile(xmlFile), &xmlFreeDoc);
+  if (!style || !input)
+    return;
+  const Document result(xsltApplyStylesheet(style.get(), input.get(), nullptr), &xmlFreeDoc);
+  xsltSaveResultToFile(output, result.get(), style.get());
+}
+
+} // namespace
+
+XslTransformer::XslTransformer(const char* xmlFile, const char* xslFile, const char* outFile)
+    : xmlFile(xmlFile), xslFile(xslFile), outFile(outFile) {}
+
+XslTransformer::~XslTransformer() {
+  clearParams();
+  xsltCleanupGlobals();
+  xmlCleanupParser();
+}
+
+void XslTransformer::setInFiles(const char* xmlFile, const char* xslFile) {
+  this->xmlFile = xmlFile;
+  this->xslFile = xslFile;
+}
+
+void XslTransformer::setOutFile(const char* outFile) {
+  this->outFile = outFile;
+}
+
+void XslTransformer::setParams(const std::map<const char*, const char*>& params) {
+  this->params = params;
+}
+
+void XslTransformer::clearParams() {
+  params.clear();
+}
+
+int XslTransformer::transform() {
+  FILE* const output = openCOutputFileUTF8Name(internal::checkedText(outFile));
+  if (!output)
+    return EOF;
+  writeResult(xmlFile, xslFile, output);
+  const bool lost = std::ferror(output); // libxml2 flushes, so that fclose has nothing left to miss
+  return std::fclose(output) != 0 || lost ? EOF : 0;
+}
+
+} // namespace Qiv
