@@ -257,8 +257,9 @@ public:
   ///
   /// Returns 1 when the local file cannot be examined, which standard output tells, otherwise 0,
   /// EVEN WHEN THE TRANSFER FAILED: standard error tells why, and all that the server has of it is
-  /// part of the temporary file. Null texts, a remote name with a line break, a name or URL beyond
-  /// 4,090 or 4,095 bytes, a folder and a file that cannot be opened are refused and nothing sent.
+  /// the temporary file or a part. Refused, with nothing sent, are null texts, a remote name with a
+  /// line break or of more than 4,090 bytes, a URL of more than 4,095 with the temporary name, a
+  /// folder, and a file that cannot be opened.
   ///
   /// `urlPrefix` is an FTP URL that ends with "/" and holds user and password where they are
   /// needed. Unlike the rest of this header, calls must not overlap, and two programs must not
