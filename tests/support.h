@@ -84,16 +84,18 @@ inline std::string inChild(const std::function<std::string()>& body) {
   return result;
 }
 
+/// How many descriptors this process has open.
+inline long openDescriptors() {
+  return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+}
+
 /// Runs `use` many times; no descriptor may be left behind.
 inline void expectNoDescriptorLeft(int times, const std::function<void()>& use) {
-  const auto open = [] {
-    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
-  };
   use(); // what stays open from the first use on is no leak
-  const auto before = open();
+  const long before = openDescriptors();
   for (int i = 0; i < times; ++i)
     use();
-  EXPECT_EQ(open(), before);
+  EXPECT_EQ(openDescriptors(), before);
 }
 
 } // namespace support

@@ -1,7 +1,7 @@
 #ifndef QIV_NET_H
 #define QIV_NET_H
 
-/// Network addresses, the machine's interfaces, reachability.
+/// Network addresses, the machine's interfaces, reachability, FTP upload.
 ///
 ///     try {
 ///       for (const Qiv::NetworkInterface& iface :
@@ -14,8 +14,8 @@
 ///     }
 ///
 /// Address values throw nothing. Discovery and the operations built on it run the `ip` tool and
-/// throw bare texts, a `const char*` or a `std::string`. No function keeps state; all may be called
-/// from any thread, and those that run a program block until it ends.
+/// throw bare texts, a `const char*` or a `std::string`. All may be called from any thread, but for
+/// the FTP upload, which must not run twice at once; what runs a program blocks until it ends.
 
 #include "qiv/errors.h"
 #include "qiv/export.h"
@@ -262,7 +262,7 @@ public:
   /// folder, and a file that cannot be opened.
   ///
   /// `urlPrefix` is an FTP URL that ends with "/" and holds user and password where they are
-  /// needed. Unlike the rest of this header, calls must not overlap, and two programs must not
+  /// needed. Calls must not overlap, and two programs must not
   /// upload into the same remote folder at once.
   int FTPUpload(const char* remoteName, const char* urlPrefix, const char* localPath);
 };
