@@ -55,6 +55,74 @@ public:
 };
 
 // ---------------------------------------------------------------------------------------------
+// Versions
+// ---------------------------------------------------------------------------------------------
+
+/// A version of two to four parts, major.minor[.build[.revision]]. An absent part is -1 and orders
+/// below 0: 1.2 < 1.2.0 < 1.2.0.0.
+///
+///     if (Qiv::Version(text) < Qiv::Version(1, 2))
+///       refuse();
+class QIV_API Version {
+public:
+  /// 0.0
+  Version() = default;
+  /// A negative part throws std::invalid_argument with a Russian text that names the part.
+  Version(int major, int minor);
+  Version(int major, int minor, int build);
+  Version(int major, int minor, int build, int revision);
+  /// Reads the text as parse does; 0.0.0.0 when it is no version.
+  Version(const std::string& text);
+
+  /// There is no move: it would take the separator from its source.
+  Version(const Version&) = default;
+  Version& operator=(const Version&) = default;
+
+  const std::string& getSeparator() const { return separator; }
+  int getMajor() const { return major; }
+  int getMinor() const { return minor; }
+  int getBuild() const { return build; }
+  int getRevision() const { return revision; }
+
+  /// The parts up to the first absent one.
+  std::string to_string() const;
+  /// The first `count` parts, an absent one as "-1". Empty unless `count` is 1 to 4.
+  std::string to_string(int count) const;
+
+  /// The low byte of each part that is present.
+  std::vector<unsigned char> getBytes() const;
+
+  /// 1 when this version is the greater, -1 when it is the smaller, 0 when all parts are equal.
+  int compareTo(const Version& other) const;
+
+  bool operator==(const Version& other) const { return compareTo(other) == 0; }
+  bool operator>(const Version& other) const { return compareTo(other) > 0; }
+  bool operator<(const Version& other) const { return compareTo(other) < 0; }
+  bool operator>=(const Version& other) const { return compareTo(other) >= 0; }
+  bool operator<=(const Version& other) const { return compareTo(other) <= 0; }
+
+  /// Sets all parts. A negative one throws std::invalid_argument and nothing changes.
+  void setData(int major, int minor, int build, int revision);
+
+  /// Reads two to four numbers between dots, each as tryConvert<int, true> (qiv/numeric.h) does.
+  /// Parts are set one by one: what stands before a piece that fails stays set, and parts that the
+  /// text does not reach keep their values. False when the text is no version; a negative piece
+  /// throws std::invalid_argument.
+  bool parse(const std::string& text);
+
+  /// Sets part 0 (major) to 3 (revision); false for any other index. A negative value throws
+  /// std::invalid_argument, whatever the index.
+  bool _setItem(int index, int value);
+
+private:
+  std::string separator = ".";
+  int major = 0;
+  int minor = 0;
+  int build = -1;
+  int revision = -1;
+};
+
+// ---------------------------------------------------------------------------------------------
 // Byte encodings
 // ---------------------------------------------------------------------------------------------
 
