@@ -1,0 +1,319 @@
+#ifndef QIV_CONCURRENCY_H
+#define QIV_CONCURRENCY_H
+
+/// Threads, locks between threads and processes, a stopwatch, signal bookkeeping, diagnostics.
+///
+///     Qiv::ThreadManager poller;
+///     poller.start([&] { readSensor(); arrived.set(); });
+///     while (arrived.waitOne(1000)) // an AutoResetEvent
+///       show();
+///     poller.stop(); // after the round in progress
+///
+/// AutoResetEvent and CrossprocessLock may be used by any number of threads. A ThreadManager has
+/// one controlling thread. Everything that has to do with signals belongs to the thread that made
+/// it, normally the one of the user interface.
+
+#include "qiv/export.h"
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <sigc++/connection.h>
+#include <sigc++/signal.h>
+#include <string>
+#include <thread>
+#include <typeinfo>
+#include <unordered_map>
+
+namespace Qiv {
+
+// ---------------------------------------------------------------------------------------------
+// Threads
+// ---------------------------------------------------------------------------------------------
+
+/// Calls a function over and over on a thread of its own. A round that has begun always ends:
+/// pausing and stopping act between rounds.
+///
+/// To be controlled by one thread, and never from the function itself: its start or stop would wait
+/// for its own end.
+class QIV_API ThreadManager {
+public:
+  ThreadManager() = default;
+  /// stop().
+  ~ThreadManager();
+
+  /// The worker refers to its manager.
+  ThreadManager(const ThreadManager&) = delete;
+  ThreadManager& operator=(const ThreadManager&) = delete;
+
+  /// Repeats a copy of `work`. A worker that runs is stopped first; one that has been paused since
+  /// the last stop, or before the first start, waits for resume before its first round. An
+  /// exception that leaves `work`, and an empty `work`, end the process.
+  void start(const std::function<void()>& work);
+
+  /// Lets the worker wait before its next round. Without a worker, holds for the next one.
+  void pause();
+  void resume();
+
+  /// Ends the worker and waits for that. A paused worker does one more round. Without a worker,
+  /// undoes a pause.
+  void stop();
+
+private:
+  void _threadFunc(const std::function<void()>& work);
+
+  std::thread thread;
+  std::mutex mutex;
+  std::condition_variable condition;
+  bool paused = false;
+  std::atomic<bool> stopRequested{false}; ///< written under the mutex
+};
+
+class QIV_API ThreadHelper {
+public:
+  /// Names the calling thread for debuggers and tools. Returns 0, or ERANGE for a name of more than
+  /// 15 bytes, which changes nothing.
+  static int setCurrentThreadName(const char* name);
+  static std::string getCurrentThreadName();
+};
+
+// ---------------------------------------------------------------------------------------------
+// Synchronisation
+// ---------------------------------------------------------------------------------------------
+
+/// A signal that the first waiter takes. Setting it again before that changes nothing.
+class QIV_API AutoResetEvent {
+public:
+  AutoResetEvent() = default;
+
+  /// Waiters refer to it.
+  AutoResetEvent(const AutoResetEvent&) = delete;
+  AutoResetEvent& operator=(const AutoResetEvent&) = delete;
+
+  bool isSet() const;
+
+  void set();
+  void reset();
+
+  /// Waits until the event is set, and clears it.
+  void waitOne();
+  /// The same for a limited time on the system clock, so setting the clock moves the end. False
+  /// when time ran out.
+  bool waitOne(unsigned int milliseconds);
+
+private:
+  bool signaled = false;
+  mutable std::mutex mutex;
+  std::condition_variable condition;
+};
+
+/// Excludes the other holders of a name, in this and every process of the user, for a lifetime:
+///
+///     Qiv::CrossprocessLock lock("settings", 10000);
+///     if (lock.isHeld())
+///       rewriteSettings();
+///
+/// The lock is the file name + ".lock" in the folder "_Lockers/" of the application's cache folder
+/// (qiv/files.h). It may be taken over 120 seconds after it was obtained, whether or not its holder
+/// still lives, so keep it for less.
+class QIV_API CrossprocessLock {
+public:
+  /// Waits until the lock is free, with `retryMicroseconds` between two looks. Returns without the
+  /// lock when its file cannot be created, as in a read-only home or when the sub-folder of a name
+  /// with "/" is missing. Throws std::logic_error while HOME is unset.
+  CrossprocessLock(const std::string& name, unsigned int retryMicroseconds);
+  /// Removes the lock's file, unless the lock was not obtained or has been taken over.
+  ~CrossprocessLock();
+
+  /// A lock has one holder.
+  CrossprocessLock(const CrossprocessLock&) = delete;
+  CrossprocessLock& operator=(const CrossprocessLock&) = delete;
+
+  bool isHeld() const { return fd != -1; }
+
+private:
+  std::string lockPath;
+  std::int32_t fd = -1;
+};
+
+// ---------------------------------------------------------------------------------------------
+// Stopwatch
+// ---------------------------------------------------------------------------------------------
+
+/// Measures running time and reports it to the thread that made the stopwatch, as long as a GLib
+/// main loop runs there.
+///
+/// Every public member belongs to that thread. No call ever waits for the main loop, and a slot may
+/// call anything, destruction included. From start to stop a thread keeps a processor core busy;
+/// the total is a float that loses precision over long runs.
+class QIV_API Secundomer {
+public:
+  /// The elapsed seconds, about every 0.1 ms while the stopwatch runs. A main loop that cannot keep
+  /// up gets fewer emissions; each carries the time as it is then.
+  sigc::signal<void, float> signalTimeChanged;
+
+  Secundomer();
+  /// Stops and waits for the thread. Nothing is emitted any more.
+  ~Secundomer();
+
+  /// The thread refers to its stopwatch.
+  Secundomer(const Secundomer&) = delete;
+  Secundomer& operator=(const Secundomer&) = delete;
+
+  /// Resets the time and starts. A stopwatch that runs goes on from 0; one that is paused, or whose
+  /// stop the main loop has not seen yet, stays so.
+  void start();
+  /// Time and emissions stand still until stop and another start: there is no resuming.
+  void pause();
+  /// Keeps the time. The main loop finishes the stop; after that the stopwatch can be started
+  /// again.
+  void stop();
+  /// Sets the time to 0 and changes nothing else.
+  void reset();
+
+private:
+  class Dispatcher;
+
+  void _threadFunc();
+  void _add(std::int64_t nanoseconds);
+  void _onStop();
+  void _onSetTime();
+
+  const std::shared_ptr<Dispatcher> stopDispatcher;
+  const std::shared_ptr<Dispatcher> timeDispatcher;
+  std::mutex mutex; ///< held to change elapsedSeconds
+  std::atomic<std::int32_t> state;
+  std::unique_ptr<std::thread> thread;
+  std::atomic<float> elapsedSeconds{0};
+};
+
+// ---------------------------------------------------------------------------------------------
+// Bookkeeping of connections
+// ---------------------------------------------------------------------------------------------
+
+/// Owns one connection for each object, so that a view can drop what it subscribed to for an
+/// object:
+///
+///     connections.connect(&model, model.signalChanged.connect(redraw));
+///     connections.disconnect(&model); // or destroy `connections`
+///
+/// Objects are only told apart by their address and may be gone already. Cutting a connection
+/// destroys its slot; whatever that does to the dispatcher is harmless.
+class QIV_API PointerConnectionsDispatcher {
+public:
+  PointerConnectionsDispatcher() = default;
+  /// Cuts all connections.
+  ~PointerConnectionsDispatcher();
+
+  /// A connection has one owner.
+  PointerConnectionsDispatcher(const PointerConnectionsDispatcher&) = delete;
+  PointerConnectionsDispatcher& operator=(const PointerConnectionsDispatcher&) = delete;
+
+  /// Takes the place of the object's connection, which is cut.
+  void connect(const void* object, const sigc::connection& connection);
+  /// Nothing happens for an unknown object.
+  void disconnect(const void* object);
+  void disconnectAll();
+
+private:
+  std::map<const void*, sigc::connection> connections;
+};
+
+/// The same with one connection for each object and name.
+class QIV_API PointerNamedConnectionsDispatcher {
+public:
+  PointerNamedConnectionsDispatcher() = default;
+  /// Cuts all connections.
+  ~PointerNamedConnectionsDispatcher();
+
+  /// A connection has one owner.
+  PointerNamedConnectionsDispatcher(const PointerNamedConnectionsDispatcher&) = delete;
+  PointerNamedConnectionsDispatcher& operator=(const PointerNamedConnectionsDispatcher&) = delete;
+
+  void connect(const void* object, const std::string& name, const sigc::connection& connection);
+  void disconnect(const void* object, const std::string& name);
+  /// Cuts all connections of an object.
+  void disconnectObject(const void* object);
+  void disconnectAll();
+
+private:
+  std::unordered_map<const void*, std::unordered_map<std::string, sigc::connection>> connections;
+};
+
+// ---------------------------------------------------------------------------------------------
+// Diagnostics
+// ---------------------------------------------------------------------------------------------
+
+/// Two switches of the process, both off at first: debugging aids and setup mode. The signals carry
+/// the new value, and only when it changed.
+class QIV_API DebugManager {
+public:
+  static sigc::signal<void, bool> signalEnabledChanged;
+  static sigc::signal<void, bool> signalSetupChanged;
+
+  static bool getIsEnabled();
+  static bool getSetup();
+
+  static void setIsEnabled(bool value);
+  static void setSetup(bool value);
+
+private:
+  static bool _enabled;
+  static bool _setup;
+};
+
+/// Catches what the process, all its threads and the children that it starts meanwhile write to
+/// standard output and standard error:
+///
+///     Qiv::StdOutCapture capture;
+///     capture.beginCapture();
+///     std::puts("hello");
+///     capture.endCapture();
+///     capture.getCapture(); // "hello"
+///
+/// For short texts: writing more than 64 KiB between begin and end blocks for ever. Only one
+/// capture may be active in a process. Without descriptors to spare nothing is captured.
+class QIV_API StdOutCapture {
+public:
+  StdOutCapture();
+  /// Ends a capture that is active.
+  ~StdOutCapture();
+
+  /// Owns descriptors.
+  StdOutCapture(const StdOutCapture&) = delete;
+  StdOutCapture& operator=(const StdOutCapture&) = delete;
+
+  /// The text of the last capture that ended, without the line ends ("\r", "\n") at its end. A text
+  /// of nothing but line ends is whole.
+  std::string getCapture() const;
+
+  /// Ends a capture that is active first.
+  void beginCapture();
+  /// Gives the process back the outputs that it had when this object was made.
+  void endCapture();
+
+private:
+  bool capturing = false;
+  bool ready = false;
+  std::int32_t pipeFds[2] = {-1, -1};
+  std::int32_t savedStdout = -1;
+  std::int32_t savedStderr = -1;
+  std::string captured;
+};
+
+class QIV_API TypeHelper {
+public:
+  /// "Qiv::Secundomer". Throws std::logic_error for a name that the compiler did not make.
+  static std::string getTypeName(const std::type_info& type);
+  /// Without the namespaces before the name; template arguments keep theirs:
+  /// "vector<Qiv::Version, std::allocator<Qiv::Version> >".
+  static std::string getShortTypeName(const std::type_info& type);
+};
+
+} // namespace Qiv
+
+#endif

@@ -1,0 +1,17 @@
+#include "qiv/concurrency.h"
+
+#include <pthread.h>
+
+namespace Qiv {
+
+int ThreadHelper::setCurrentThreadName(const char* name) {
+  return pthread_setname_np(pthread_self(), name);
+}
+
+std::string ThreadHelper::getCurrentThreadName() {
+  char name[255] = "";
+  pthread_getname_np(pthread_self(), name, sizeof name);
+  return name;
+}
+
+} // namespace Qiv
