@@ -74,6 +74,8 @@ Secundomer::Secundomer()
 Secundomer::~Secundomer() {
   if (thread)
     _onStop();
+  // A slot may be what destroys us: the slots after it are not called, and none leaks.
+  signalTimeChanged.clear();
 }
 
 void Secundomer::start() {
