@@ -1,14 +1,17 @@
 /// netreport: what the network of this machine looks like. It shows how an application uses the
 /// library: ask, catch the localised reason, write down what happened.
 
+#include "history.h"
+#include "network_text.h"
 #include "options.h"
 #include "report.h"
 #include "texts.h"
+#include "watch.h"
 
 #include <filesystem>
 #include <iostream>
+#include <qiv/concurrency.h>
 #include <qiv/log.h>
-#include <qiv/net.h>
 
 namespace {
 
@@ -18,49 +21,116 @@ constexpr unsigned int pingSeconds = 1;
 
 enum ExitStatus { success = 0, networkFailure = 1, badArguments = 2 };
 
-ExitStatus fail(const std::string& reason) {
-  std::cerr << reason << "\n";
-  Log::writeError(reason);
-  return networkFailure;
-}
+/// Looks at the network and tells what it found: on the terminal, in the log and in the report.
+class Reporter {
+public:
+  explicit Reporter(const Options& options) : options(options) {}
 
-bool ping(const std::string& host) {
-  const bool answered = Qiv::NetworkHelper::ping(host, pingSeconds);
-  const std::string line =
-      "ping " + host + ": " + (answered ? texts::answers() : texts::noAnswer());
-  std::cout << line << "\n";
-  if (answered)
-    Log::writeInfo(line);
-  else
-    Log::writeWarn(line);
-  return answered;
-}
+  /// Looks and pings.
+  ExitStatus report();
+  /// Looks again and tells only what has changed.
+  void repeat();
 
-/// A gateway may ignore pings in good health; a host that was asked for has to answer.
-ExitStatus report(const Options& options) {
-  const Qiv::NetworkInterfaces network = Qiv::NetworkHelper::getNetworkInterfaces();
-  const std::string table = formatTable(network);
-  std::cout << table;
-  Log::writeInfo(table);
+private:
+  /// The lock lets one netreport at a time use the files that all share.
+  template <typename Look>
+  ExitStatus guarded(Look look);
+  ExitStatus ping();
+  void show();
+  void writeReport();
+  ExitStatus fail(const std::string& reason);
 
-  if (options.host)
-    return ping(*options.host) ? success : fail(*options.host + ": " + texts::noAnswer());
-  const std::string gateway = findGateway(network);
-  if (gateway.empty())
-    Log::writeWarn(texts::noGateway());
-  else
-    ping(gateway);
-  return success;
-}
+  const Options& options;
+  Findings findings;
+  std::string shown; ///< the table or failure shown last
+};
 
-ExitStatus reportOrFail(const Options& options) {
+template <typename Look>
+ExitStatus Reporter::guarded(Look look) {
+  const Qiv::CrossprocessLock lock("netreport", 10000);
   try {
-    return report(options);
+    findings.network = Qiv::NetworkHelper::getNetworkInterfaces();
+    return look();
   } catch (const char* reason) {
     return fail(reason);
   } catch (const std::string& reason) {
     return fail(reason);
   }
+}
+
+ExitStatus Reporter::report() {
+  return guarded([this] {
+    show();
+    const ExitStatus status = ping();
+    writeReport();
+    return status;
+  });
+}
+
+void Reporter::repeat() {
+  guarded([this] {
+    if (formatTable(findings.network) != shown) {
+      show();
+      writeReport();
+    }
+    return success;
+  });
+}
+
+/// A gateway may ignore pings in good health; a host that was asked for has to answer.
+ExitStatus Reporter::ping() {
+  findings.host = options.host.empty() ? findGateway(findings.network) : options.host;
+  if (findings.host.empty())
+    return success;
+  findings.answered = Qiv::NetworkHelper::ping(findings.host, pingSeconds);
+  findings.recentHosts = rememberHost(findings.host);
+  const std::string line = texts::ping(findings.host, findings.answered);
+  if (!findings.answered && !options.host.empty())
+    return fail(line);
+  std::cout << line << "\n";
+  if (findings.answered)
+    Log::writeInfo(line);
+  else
+    Log::writeWarn(line);
+  return success;
+}
+
+void Reporter::show() {
+  shown = formatTable(findings.network);
+  std::cout << "\r" << shown;
+  Log::writeInfo(formatLines(findings.network));
+}
+
+void Reporter::writeReport() {
+  const std::string xml = writeXml(findings);
+  if (xml.empty() || (!options.html.empty() && !writeHtml(xml, options.html))) {
+    std::cerr << texts::noReport() << "\n";
+    Log::writeError(texts::noReport());
+    return;
+  }
+  std::cout << texts::report() << ": " << xml << "\n";
+  if (!options.html.empty())
+    std::cout << texts::page() << ": " << options.html << "\n";
+}
+
+ExitStatus Reporter::fail(const std::string& reason) {
+  if (reason != shown) {
+    std::cerr << reason << "\n";
+    Log::writeError(reason);
+  }
+  shown = reason;
+  return networkFailure;
+}
+
+ExitStatus run(const Options& options) {
+  Reporter reporter(options);
+  const ExitStatus status = reporter.report();
+  if (options.watch)
+    watch([&] { reporter.repeat(); });
+  Log::clear();
+  const std::string path = Log::getInstance()._getLogPath();
+  std::cout << texts::log() << ": " << std::filesystem::absolute(path).string() << "\n";
+  return status;
 }
 
 } // namespace
@@ -73,9 +143,5 @@ int main(int argc, char** argv) {
     std::cout << usage;
     return success;
   }
-  const ExitStatus status = reportOrFail(*options);
-  Log::clear();
-  const std::string path = Log::getInstance()._getLogPath();
-  std::cout << texts::log() << ": " << std::filesystem::absolute(path).string() << "\n";
-  return status;
+  return run(*options);
 }

@@ -2,59 +2,75 @@
 
 #include "texts.h"
 
-#include <algorithm>
-#include <array>
+#include <chrono>
+#include <libxml++/document.h>
+#include <libxml++/nodes/element.h>
+#include <qiv/files.h>
+#include <qiv/log.h>
+#include <qiv/xml.h>
 
 namespace {
 
-using Row = std::array<std::string, 5>;
-
-/// Characters, not bytes: UTF-8 continuation bytes take no column.
-std::size_t width(const std::string& text) {
-  return static_cast<std::size_t>(
-      std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
+/// The words of the page, so that the stylesheet speaks every language.
+void addTexts(xmlpp::Element& report) {
+  xmlpp::Element& words = *report.add_child("texts");
+  words.set_attribute("title", texts::title());
+  words.set_attribute("address", texts::addresses());
+  words.set_attribute("gateway", texts::gateway());
+  words.set_attribute("index", texts::index());
+  words.set_attribute("name", texts::name());
+  words.set_attribute("recent", texts::recentHosts());
 }
 
-/// A line for the interface and one for each further address.
-void addRows(std::vector<Row>& rows, const Qiv::NetworkInterface& iface) {
-  rows.push_back({std::to_string(iface.index), iface.name, iface.mac, "", iface.gateway});
-  for (std::size_t i = 0; i < iface.addresses.size(); ++i) {
-    if (i > 0)
-      rows.emplace_back();
-    rows.back()[3] = iface.addresses[i].address + " / " + iface.addresses[i].mask;
+void addInterface(xmlpp::Element& report, const Qiv::NetworkInterface& iface) {
+  xmlpp::Element& element = *report.add_child("interface");
+  element.set_attribute("index", std::to_string(iface.index));
+  element.set_attribute("name", iface.name);
+  element.set_attribute("mac", iface.mac);
+  element.set_attribute("gateway", iface.gateway);
+  for (const Qiv::NetworkAddr& own : iface.addresses) {
+    xmlpp::Element& address = *element.add_child("address");
+    address.set_attribute("ip", own.address);
+    address.set_attribute("mask", own.mask);
   }
 }
 
-std::string align(const std::vector<Row>& rows) {
-  std::array<std::size_t, 5> widths{};
-  for (const Row& row : rows)
-    for (std::size_t i = 0; i < row.size(); ++i)
-      widths[i] = std::max(widths[i], width(row[i]));
-
-  std::string table;
-  for (const Row& row : rows) {
-    for (std::size_t i = 0; i < row.size(); ++i)
-      table += row[i] + std::string(widths[i] - width(row[i]) + 2, ' ');
-    table.erase(table.find_last_not_of(' ') + 1);
-    table += '\n';
-  }
-  return table;
+/// A line of the page's head, good or bad.
+void addState(xmlpp::Element& report, const std::string& text, bool good) {
+  xmlpp::Element& state = *report.add_child("state");
+  state.set_attribute("good", good ? "yes" : "no");
+  state.set_child_text(text);
 }
 
 } // namespace
 
-std::string formatTable(const Qiv::NetworkInterfaces& network) {
-  std::vector<Row> rows = {
-      {texts::index(), texts::name(), "MAC", texts::addresses(), texts::gateway()}};
-  for (const Qiv::NetworkInterface& iface : network.interfaces)
-    addRows(rows, iface);
-  return align(rows) + "\n" + texts::hasInterface() + ": " + texts::yesNo(network.hasInterface) +
-         "\n" + texts::hasAddress() + ": " + texts::yesNo(network.hasAddress) + "\n";
+std::string writeXml(const Findings& findings) {
+  xmlpp::Document document;
+  xmlpp::Element& report = *document.create_root_node("report");
+  report.set_attribute("time", Qiv::DateTimeHelper::getDisplayTimeString(
+                                   std::chrono::system_clock::now(), "%Y-%m-%d %H:%M:%S"));
+  addTexts(report);
+  addState(report, texts::hasInterface(findings.network.hasInterface),
+           findings.network.hasInterface);
+  addState(report, texts::hasAddress(findings.network.hasAddress), findings.network.hasAddress);
+  if (!findings.host.empty())
+    addState(report, texts::ping(findings.host, findings.answered), findings.answered);
+  for (const Qiv::NetworkInterface& iface : findings.network.interfaces)
+    addInterface(report, iface);
+  for (const std::string& host : findings.recentHosts)
+    report.add_child("host")->set_child_text(host);
+
+  const std::string path = Qiv::getQivCrossAppCacheDir() + "netreport.xml";
+  Qiv::mkdir_with_parents(Qiv::getQivCrossAppCacheDir().c_str());
+  std::ofstream file = Qiv::openOutputFileUTF8Name(path, std::ios::trunc);
+  file << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+       << Qiv::XmlHelper::writeToString(&report) << "\n";
+  file.close();
+  return file ? path : "";
 }
 
-std::string findGateway(const Qiv::NetworkInterfaces& network) {
-  for (const Qiv::NetworkInterface& iface : network.interfaces)
-    if (!iface.gateway.empty())
-      return iface.gateway;
-  return {};
+bool writeHtml(const std::string& xmlFile, const std::string& htmlFile) {
+  const std::string stylesheet = Qiv::getQivCrossExeDir() + "../share/netreport/report.xsl";
+  Qiv::XslTransformer page(xmlFile.c_str(), stylesheet.c_str(), htmlFile.c_str());
+  return page.transform() == 0;
 }

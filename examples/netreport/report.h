@@ -3,11 +3,21 @@
 
 #include <qiv/net.h>
 #include <string>
+#include <vector>
 
-/// The interfaces as an aligned table with the two flags below, in lng::language.
-std::string formatTable(const Qiv::NetworkInterfaces& network);
+/// What one look at the network found.
+struct Findings {
+  Qiv::NetworkInterfaces network;
+  std::string host; ///< the pinged one, empty if none was
+  bool answered = false;
+  std::vector<std::string> recentHosts; ///< the newest last
+};
 
-/// The gateway of the first interface that has one; empty when none has.
-std::string findGateway(const Qiv::NetworkInterfaces& network);
+/// Writes the findings as XML into the application's cache folder. Returns the file's name, empty
+/// when it could not be written.
+std::string writeXml(const Findings& findings);
+
+/// Turns the XML report into a page. False when that failed.
+bool writeHtml(const std::string& xmlFile, const std::string& htmlFile);
 
 #endif

@@ -2,6 +2,7 @@
 #define NETREPORT_TEXTS_H
 
 #include <qiv/errors.h>
+#include <string>
 
 /// netreport's own words, in lng::language as the library's are.
 namespace texts {
@@ -11,6 +12,9 @@ inline const char* choose(const char* english, const char* russian) {
   return ar[lng::language];
 }
 
+inline const char* title() {
+  return choose("Network report", "Отчёт о сети");
+}
 inline const char* index() {
   return choose("Index", "Номер");
 }
@@ -23,26 +27,37 @@ inline const char* addresses() {
 inline const char* gateway() {
   return choose("Gateway", "Шлюз");
 }
-inline const char* hasInterface() {
-  return choose("Has an interface", "Есть интерфейс");
+inline const char* recentHosts() {
+  return choose("Pinged lately", "Недавно проверены");
 }
-inline const char* hasAddress() {
-  return choose("Has an address", "Есть адрес");
+inline const char* report() {
+  return choose("Report", "Отчёт");
 }
-inline const char* yesNo(bool yes) {
-  return yes ? choose("yes", "да") : choose("no", "нет");
-}
-inline const char* answers() {
-  return choose("answers", "отвечает");
-}
-inline const char* noAnswer() {
-  return choose("no answer", "не отвечает");
-}
-inline const char* noGateway() {
-  return choose("no gateway to ping", "нет шлюза для проверки");
+inline const char* page() {
+  return choose("Page", "Страница");
 }
 inline const char* log() {
   return choose("Log", "Журнал");
+}
+inline const char* running() {
+  return choose("Running for", "Работает");
+}
+inline const char* noReport() {
+  return choose("The report cannot be written", "Отчёт не может быть записан");
+}
+
+inline std::string yesNo(const char* question, bool yes) {
+  return std::string(question) + ": " + (yes ? choose("yes", "да") : choose("no", "нет"));
+}
+inline std::string hasInterface(bool yes) {
+  return yesNo(choose("Has an interface", "Есть интерфейс"), yes);
+}
+inline std::string hasAddress(bool yes) {
+  return yesNo(choose("Has an address", "Есть адрес"), yes);
+}
+inline std::string ping(const std::string& host, bool answered) {
+  return "ping " + host + ": " +
+         (answered ? choose("answers", "отвечает") : choose("no answer", "не отвечает"));
 }
 
 } // namespace texts

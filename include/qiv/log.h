@@ -20,7 +20,8 @@ namespace QivLog {
 
 class QIV_API LogObject {
 public:
-  /// Logs into the folder "log/" of the application's document folder (qiv/files.h).
+  /// Logs into "log/" in the application's document folder (getQivCrossDocDir in qiv/files.h), in
+  /// the working folder when the user has named none. Throws std::logic_error while HOME is unset.
   LogObject();
   /// `logDir` ends with "/".
   explicit LogObject(const std::string& logDir);
@@ -46,7 +47,7 @@ private:
   std::string _logPath;
 };
 
-/// The log of this process: one LogObject, made on first use.
+/// The log of this process: one LogObject, made by its default constructor on first use.
 class QIV_API Log {
 public:
   static LogObject& getInstance();

@@ -43,7 +43,7 @@ template <std::size_t N, char Sep>
 class NetAddr {
 public:
   NetAddr() = default;
-  explicit NetAddr(const std::array<unsigned char, N>& bytes) : bytes(bytes) {}
+  explicit NetAddr(const std::array<unsigned char, N>& data) : bytes(data) {}
   /// A MAC address is read leniently here too; its null text throws std::logic_error, the null text
   /// of the others gives all zero.
   NetAddr(const char* text);
@@ -119,8 +119,8 @@ private:
   unsigned int ip;
 };
 
-/// The MAC after the first block of used numbers above `start` that a gap follows; `start` itself
-/// when no gap follows any. The low 48 bits of the number are the address.
+/// The number after the last used one before the first gap above `start`, which counts as used;
+/// `start` itself when the used numbers above it leave no gap. The low 48 bits are the address.
 QIV_API NetAddr<6, ':'> getFirstFreeMac(std::set<unsigned long>& used, unsigned long start);
 
 } // namespace Net

@@ -33,8 +33,9 @@ public:
   /// pass through; a null element gives the empty string.
   static std::string writeToString(const xmlpp::Element* element);
 
-  /// What stands between the root element's tags, formatted, line feeds and indentation included.
-  /// Empty for a root without content. libxml++'s exceptions pass through.
+  /// The formatted document from its first ">" to its last "<": the root's content with line feeds
+  /// and indentation, empty for a root without content. A document type, comment or instruction
+  /// before the root brings the root's start tag along. libxml++'s exceptions pass through.
   static std::string writeRootChildElementToString(xmlpp::Document& document);
 
   /// Prints the element as a formatted document, with declaration, to std::cout. A std::exception

@@ -19,7 +19,6 @@ namespace {
 using Clock = std::chrono::system_clock;
 
 constexpr std::size_t keptLogs = 10;
-constexpr std::size_t longestOtherName = 8;
 
 constexpr std::string_view header = R"(<!DOCTYPE html><html><head><meta charset="UTF-8"><style>
 .log-entry { margin:2px 0; font-family: sans-serif; font-size:0.9em; }
@@ -50,8 +49,7 @@ std::string formatLocalTime(Clock::time_point time, const char* format) {
 }
 
 bool isLogName(const std::string& name) {
-  return name.size() > longestOtherName && Qiv::StringHelper::startsWith(name, "log_") &&
-         Qiv::StringHelper::endsWith(name, ".html");
+  return Qiv::StringHelper::startsWith(name, "log_") && Qiv::StringHelper::endsWith(name, ".html");
 }
 
 struct LogFile {

@@ -1,17 +1,8 @@
-#include "qiv/net.h"
+#include "net/ip4_number.h"
 
 namespace Qiv::Net {
 
-namespace {
-
-unsigned int toNumber(const NetAddr<4, '.'>& address) {
-  unsigned int number = 0;
-  for (const unsigned char byte : address.getData())
-    number = number << 8 | byte;
-  return number;
-}
-
-} // namespace
+using internal::toNumber;
 
 IPv4Subnet::IPv4Subnet(unsigned int ip, unsigned int mask)
     : network(ip & mask), broadcast(network + ~mask), ip(ip) {}
@@ -25,10 +16,7 @@ bool IPv4Subnet::inSameSubnet(const IPv4Subnet& other) const {
 }
 
 NetAddr<4, '.'> IPv4Subnet::getIP() const {
-  const std::array<unsigned char, 4> bytes = {
-      static_cast<unsigned char>(ip >> 24), static_cast<unsigned char>(ip >> 16),
-      static_cast<unsigned char>(ip >> 8), static_cast<unsigned char>(ip)};
-  return NetAddr<4, '.'>(bytes);
+  return internal::toAddress(ip);
 }
 
 } // namespace Qiv::Net

@@ -1,4 +1,4 @@
-#include "qiv/net.h"
+#include "net/ip4_number.h"
 
 namespace Qiv {
 
@@ -27,7 +27,7 @@ bool same_ipv4_segment(const std::string& ip1, const std::string& mask1, const s
 
 std::string masklen_to_maskstring(const unsigned int& length) {
   const unsigned int mask = 0U - (1U << ((32U - length) % 32U));
-  return Net::IPv4Subnet(mask, 0).getIP().to_string();
+  return internal::toAddress(mask).to_string();
 }
 
 unsigned int maskstring_to_masklen(const std::string& text) {

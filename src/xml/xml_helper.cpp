@@ -59,8 +59,8 @@ std::string XmlHelper::writeToString(const xmlpp::Element* element) {
 std::string XmlHelper::writeRootChildElementToString(xmlpp::Document& document) {
   const std::string xml = _removeXmlDeclaration(document.write_to_string_formatted(""));
   const std::size_t start = xml.find('>') + 1;
-  const std::size_t end = xml.rfind('<');
-  return start < end && end != std::string::npos ? xml.substr(start, end - start) : std::string();
+  const std::size_t end = std::max(xml.rfind('<'), start);
+  return xml.substr(start, end - start);
 }
 
 void XmlHelper::writeToOutput(xmlpp::Element* element) {

@@ -1,0 +1,59 @@
+#include "watch.h"
+
+#include "texts.h"
+
+#include <chrono>
+#include <csignal>
+#include <glib-unix.h>
+#include <glibmm/main.h>
+#include <iostream>
+#include <qiv/concurrency.h>
+#include <qiv/log.h>
+
+namespace {
+
+using Clock = std::chrono::system_clock;
+
+constexpr unsigned int pauseMilliseconds = 2000;
+
+void showTime(float seconds) {
+  const Clock::time_point start;
+  const auto elapsed = std::chrono::milliseconds(static_cast<long>(seconds * 1000));
+  static std::string shown;
+  const std::string time =
+      Qiv::DateTimeHelper::getDisplayDurationString(start, start + elapsed, "%02d:%02d:%02d");
+  if (time != shown)
+    std::cout << "\r" << texts::running() << " " << time << std::flush;
+  shown = time;
+}
+
+gboolean quit(void* loop) {
+  static_cast<Glib::MainLoop*>(loop)->quit();
+  return G_SOURCE_CONTINUE;
+}
+
+} // namespace
+
+void watch(const std::function<void()>& look) {
+  const Glib::RefPtr<Glib::MainLoop> loop = Glib::MainLoop::create();
+  const guint interrupt = g_unix_signal_add(SIGINT, &quit, loop.operator->());
+
+  Qiv::AutoResetEvent ended;
+  Qiv::ThreadManager worker;
+  worker.start([&] {
+    if (ended.waitOne(pauseMilliseconds))
+      ended.set(); // for the next round, if there is still one
+    else
+      look();
+  });
+  Qiv::Secundomer stopwatch;
+  stopwatch.signalTimeChanged.connect(&showTime);
+  stopwatch.start();
+
+  loop->run();
+
+  ended.set();
+  worker.stop();
+  g_source_remove(interrupt);
+  std::cout << "\n";
+}
