@@ -8,7 +8,9 @@
 #include "texts.h"
 #include "watch.h"
 
+#include <cstdlib>
 #include <filesystem>
+#include <glibmm/error.h>
 #include <iostream>
 #include <qiv/concurrency.h>
 #include <qiv/log.h>
@@ -70,6 +72,7 @@ ExitStatus Reporter::report() {
 void Reporter::repeat() {
   guarded([this] {
     if (formatTable(findings.network) != shown) {
+      std::cout << "\r"; // over the running time
       show();
       writeReport();
     }
@@ -97,7 +100,7 @@ ExitStatus Reporter::ping() {
 
 void Reporter::show() {
   shown = formatTable(findings.network);
-  std::cout << "\r" << shown;
+  std::cout << shown;
   Log::writeInfo(formatLines(findings.network));
 }
 
@@ -122,12 +125,20 @@ ExitStatus Reporter::fail(const std::string& reason) {
   return networkFailure;
 }
 
+void pruneLogs() {
+  try {
+    Log::clear();
+  } catch (const Glib::Error& error) {
+    std::cerr << error.what() << "\n";
+  }
+}
+
 ExitStatus run(const Options& options) {
   Reporter reporter(options);
   const ExitStatus status = reporter.report();
   if (options.watch)
     watch([&] { reporter.repeat(); });
-  Log::clear();
+  pruneLogs();
   const std::string path = Log::getInstance()._getLogPath();
   std::cout << texts::log() << ": " << std::filesystem::absolute(path).string() << "\n";
   return status;
@@ -142,6 +153,10 @@ int main(int argc, char** argv) {
   if (options->help) {
     std::cout << usage;
     return success;
+  }
+  if (!std::getenv("HOME")) {
+    std::cerr << "netreport: HOME is not set\n";
+    return badArguments;
   }
   return run(*options);
 }
