@@ -30,7 +30,7 @@ struct Named : Qiv::PointerNamedConnectionsDispatcher {
 template <typename Dispatcher>
 struct ConnectionsDispatcher : testing::Test {};
 using Dispatchers = testing::Types<Qiv::PointerConnectionsDispatcher, Named>;
-TYPED_TEST_SUITE(ConnectionsDispatcher, Dispatchers);
+TYPED_TEST_SUITE(ConnectionsDispatcher, Dispatchers, );
 
 TYPED_TEST(ConnectionsDispatcher, KeepsOneConnectionForAnObject) {
   Signal a, b, c;

@@ -47,9 +47,13 @@ protected:
   const std::string folder = home / ".cache/QivCross/_Lockers/";
 };
 
-void forbidNewDescriptors() {
-  const rlimit none{0, 0};
+void withoutNewDescriptors(const std::function<void()>& body) {
+  rlimit limit;
+  getrlimit(RLIMIT_NOFILE, &limit);
+  const rlimit none{0, limit.rlim_max};
   setrlimit(RLIMIT_NOFILE, &none);
+  body();
+  setrlimit(RLIMIT_NOFILE, &limit);
 }
 
 TEST_F(CrossprocessLockTest, LosesNoUpdateOfEightProcesses) {
@@ -131,8 +135,7 @@ TEST_F(CrossprocessLockTest, ThatWasNotObtainedGuardsNothing) {
     std::filesystem::create_directory(folder + "sub");
     EXPECT_TRUE(CrossprocessLock("sub/x", 1000).isHeld());
     support::writeFile(fileOf("x"), "");
-    forbidNewDescriptors();
-    EXPECT_FALSE(CrossprocessLock("x", 1000).isHeld());
+    withoutNewDescriptors([] { EXPECT_FALSE(CrossprocessLock("x", 1000).isHeld()); });
     EXPECT_TRUE(exists()) << "somebody else's";
   }));
 }
@@ -140,9 +143,8 @@ TEST_F(CrossprocessLockTest, ThatWasNotObtainedGuardsNothing) {
 TEST_F(CrossprocessLockTest, KeepsItsDescriptorToItselfAndNeedsNoOther) {
   expectSuccess(launch(1, [&] {
     auto lock = std::make_unique<CrossprocessLock>("x", 1000);
-    EXPECT_EQ(cross::exec("ls -l /proc/self/fd").find(".lock"), std::string::npos);
-    forbidNewDescriptors();
-    lock.reset();
+    EXPECT_EQ(cross::exec("ls -l /proc/self/fd").find(folder), std::string::npos);
+    withoutNewDescriptors([&] { lock.reset(); });
     EXPECT_FALSE(exists());
   }));
 }
