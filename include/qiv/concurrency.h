@@ -75,8 +75,8 @@ private:
 
 class QIV_API ThreadHelper {
 public:
-  /// Names the calling thread for debuggers and tools. Returns 0, or ERANGE for a name of more than
-  /// 15 bytes, which changes nothing.
+  /// Names the calling thread for debuggers and tools. Returns 0, or an error number when nothing
+  /// changed: ERANGE for a name of more than 15 bytes, EINVAL for a null one.
   static int setCurrentThreadName(const char* name);
   static std::string getCurrentThreadName();
 };

@@ -1,11 +1,12 @@
 #include "qiv/concurrency.h"
 
+#include <cerrno>
 #include <pthread.h>
 
 namespace Qiv {
 
 int ThreadHelper::setCurrentThreadName(const char* name) {
-  return pthread_setname_np(pthread_self(), name);
+  return name ? pthread_setname_np(pthread_self(), name) : EINVAL;
 }
 
 std::string ThreadHelper::getCurrentThreadName() {
