@@ -13,7 +13,9 @@
 #include <glibmm/error.h>
 #include <iostream>
 #include <qiv/concurrency.h>
+#include <qiv/files.h>
 #include <qiv/log.h>
+#include <qiv/text.h>
 
 namespace {
 
@@ -21,7 +23,7 @@ using QivLog::Log;
 
 constexpr unsigned int pingSeconds = 1;
 
-enum ExitStatus { success = 0, networkFailure = 1, badArguments = 2 };
+enum ExitStatus { success = 0, failure = 1, badArguments = 2 };
 
 /// Looks at the network and tells what it found: on the terminal, in the log and in the report.
 class Reporter {
@@ -63,7 +65,7 @@ ExitStatus Reporter::guarded(Look look) {
 ExitStatus Reporter::report() {
   return guarded([this] {
     show();
-    const ExitStatus status = ping();
+    const ExitStatus status = findings.network.hasInterface ? ping() : fail(Qiv::ethsNotFound());
     writeReport();
     return status;
   });
@@ -118,11 +120,12 @@ void Reporter::writeReport() {
 
 ExitStatus Reporter::fail(const std::string& reason) {
   if (reason != shown) {
-    std::cerr << reason << "\n";
+    // A diagnosis of several lines ends with a line feed of its own.
+    std::cerr << reason << (Qiv::StringHelper::endsWith(reason, "\n") ? "" : "\n");
     Log::writeError(reason);
   }
   shown = reason;
-  return networkFailure;
+  return failure;
 }
 
 void pruneLogs() {
@@ -139,9 +142,11 @@ ExitStatus run(const Options& options) {
   if (options.watch)
     watch([&] { reporter.repeat(); });
   pruneLogs();
-  const std::string path = Log::getInstance()._getLogPath();
-  std::cout << texts::log() << ": " << std::filesystem::absolute(path).string() << "\n";
-  return status;
+  const std::string log = Log::getInstance()._getLogPath();
+  std::error_code gone; // the working folder may be
+  if (Qiv::fileExist(log))
+    std::cout << texts::log() << ": " << std::filesystem::absolute(log, gone).string() << "\n";
+  return std::cout.flush() ? status : failure;
 }
 
 } // namespace

@@ -53,12 +53,14 @@ std::optional<Options> parseOptions(int argc, char** argv) {
       {"lang", required_argument, nullptr, 'l'}, {"ping", required_argument, nullptr, 'p'},
       {"watch", no_argument, nullptr, 'w'},      {}};
   Options options;
+  opterr = 0; // one message is enough
   setLanguage("en");
   bool valid = true;
   for (int name; valid && (name = getopt_long(argc, argv, "", known, nullptr)) != -1;)
     valid = take(options, name);
   if (valid && optind == argc)
     return options;
-  std::cerr << usage;
+  std::cerr << "netreport: cannot make sense of '" << argv[valid ? optind : optind - 1] << "'\n"
+            << usage;
   return std::nullopt;
 }

@@ -9,10 +9,10 @@
 ///     std::string listing = cross::exec("du -sh ~/.cache");
 ///
 /// File names are UTF-8 and reach the system unchanged. Folders that these functions return end
-/// with "/". Descriptors are close-on-exec. The directory functions of `cross` rewrite static
-/// strings: calls of the same function must not overlap, and a returned pointer is valid until the
-/// next call. Everything else may be called from any thread; running a program blocks until it
-/// ends.
+/// with "/". Descriptors that the library opens are close-on-exec. getAppCacheDir and getDocDir,
+/// with the Qiv functions built on them, rewrite static strings: calls of the same one must not
+/// overlap, and a returned pointer is valid until the next call. Everything else may be called from
+/// any thread; running a program blocks until it ends.
 
 #include "qiv/export.h"
 
@@ -37,14 +37,15 @@ QIV_API const std::string& getHomeDir();
 QIV_API const char* getAppCacheDir();
 
 /// The documents folder of the user-dirs file, which must be written there as "$HOME/...". For any
-/// other entry, and without one, the last answer again: empty at first. Without an entry it also
-/// makes the folder "Documents/" in the home folder.
+/// other entry, and without one, the last answer again: empty at first. Without an entry, or for
+/// "$HOME/" itself, it also makes the folder "Documents/" in the home folder.
 QIV_API const char* getDocDir();
 
 /// The folder of the running executable; empty when it cannot be found.
 QIV_API const char* getExeDir();
 
-/// A developer's check that prints directories and the locale to standard output.
+/// A developer's check that prints directories and the locale to standard output and opens
+/// "./1/1.pdf" through the shell.
 QIV_API void dirs_test();
 
 /// Not used by the library.
@@ -107,22 +108,25 @@ QIV_API bool mkdir_with_parents(const char* path);
 /// failure `error`, which may be null, is set and the rest of the tree stays.
 QIV_API gboolean rm_rf(GFile* file, GCancellable* cancellable, GError** error);
 
-/// rm_rf of a path or GIO name. False for what does not exist.
+/// rm_rf of a path or GIO name, which may be a URI and in which a leading "~" is the home folder.
+/// False for what does not exist.
 QIV_API gboolean directory_remove_all(const std::string& path);
 
 /// Copies a file or a whole tree, into an existing destination folder too. A link to a folder is
-/// copied as that folder; links to nothing and special files are skipped. Stops at the first
-/// failure, with `error`, which may be null, set. A folder that cannot be made shows only when
-/// something is copied into it.
+/// copied as that folder, unless it leads back to a folder that holds it; links to nothing and
+/// special files are skipped. Stops at the first failure, with `error`, which may be null, set. A
+/// folder that cannot be made shows only when something is copied into it; a read-only one cannot
+/// be filled, for it gets its mode first.
 QIV_API gboolean copy_recursive(GFile* source, GFile* destination, GFileCopyFlags flags,
                                 GCancellable* cancellable, GError** error);
 
 /// The same for paths or GIO names; a link to a file is copied as a link.
 QIV_API gboolean copy_recursive(const std::string& source, const std::string& destination);
 
-/// Calls `visit` for every regular file at or under `file`, links followed, in no particular order.
-/// A folder that cannot be read is passed over; `error`, which may be null, tells of the first one.
-/// An empty `visit` throws std::bad_function_call at the first file.
+/// Calls `visit` for every regular file at or under `file`, in no particular order, through links
+/// that do not lead back to a folder that holds them. The GFile lives as long as the call. A folder
+/// that cannot be read is passed over; `error`, which may be null, tells of the first one. An empty
+/// `visit` throws std::bad_function_call at the first file.
 QIV_API void traverseFiles(GFile* file, const std::function<void(GFile*)>& visit,
                            GCancellable* cancellable, GError** error);
 

@@ -13,9 +13,10 @@
 ///       show(message);
 ///     }
 ///
-/// Address values throw nothing. Discovery and the operations built on it run the `ip` tool and
-/// throw bare texts, a `const char*` or a `std::string`. All may be called from any thread, but for
-/// the FTP upload, which must not run twice at once; what runs a program blocks until it ends.
+/// Address values throw nothing but for a null MAC text. Discovery and the operations built on it
+/// run the `ip` tool and throw bare texts, a `const char*` or a `std::string`. All may be called
+/// from any thread, but for the FTP upload, which must not run twice at once; what runs a program
+/// blocks until it ends.
 
 #include "qiv/errors.h"
 #include "qiv/export.h"
@@ -196,10 +197,11 @@ QIV_API inline const char* noIpAddr() {
   return ar[lng::language];
 }
 
-/// The interfaces except "lo", in the order of `ip a`; both flags are left false. When every route
-/// is down, throws why: `const char*` (ethsNotFound, networkAdaptersOff) or a std::string with a
-/// line for each interface. A std::string of the command and its error text is thrown when `ip`
-/// complains. Without an `ip` tool the list is empty.
+/// The interfaces except "lo", in the order of `ip a`; both flags are left false. When there is
+/// no default gateway and every route is down, throws why: `const char*` (ethsNotFound,
+/// networkAdaptersOff) or a std::string with a line for each interface. A std::string of the
+/// command and its error text is thrown when `ip` complains. Without an `ip` tool the list is
+/// empty.
 QIV_API NetworkInterfaces getNetworkInterfacesLinux();
 
 /// Adds a copy of `iface` unless it is nameless or "lo".
@@ -237,7 +239,8 @@ QIV_API void set169ip();
 
 /// True when `host` answers one echo request of the `ping` tool within `timeout`, passed to its -W
 /// (seconds). False for every failure. A host that is empty, starts with "-" or holds anything but
-/// ASCII letters, digits and . : % _ - is not tried: the command goes through a shell.
+/// ASCII letters, digits and . : % _ - is not tried: the command goes through a shell. So does a
+/// host that is a bare number, which the shell takes for a descriptor: it gives false.
 QIV_API bool pingLinux(const std::string& host, unsigned int timeout);
 
 /// The Internet checksum (RFC 1071) of `length` bytes, in native byte order.

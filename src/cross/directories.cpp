@@ -3,11 +3,13 @@
 #include "text/checked_text.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <climits>
 #include <clocale>
 #include <cstdlib>
 #include <glibmm/convert.h>
 #include <glibmm/miscutils.h>
+#include <system_error>
 #include <unistd.h>
 
 namespace cross {
@@ -21,6 +23,19 @@ void makeDefaultDocDir() {
   static const std::string path = getHomeDir() + "Documents/";
   if (!Qiv::fileExist(path))
     mkdir(path.c_str(), 0700);
+}
+
+std::string findExeDir() {
+  std::string path(255, '\0');
+  ssize_t length;
+  while ((length = readlink("/proc/self/exe", path.data(), path.size())) ==
+         static_cast<ssize_t>(path.size()))
+    path.resize(2 * path.size());
+  if (length < 0)
+    throw std::system_error(errno, std::generic_category());
+  path.resize(static_cast<std::size_t>(length));
+  std::replace(path.begin(), path.end(), '\\', '/');
+  return path.substr(0, path.rfind('/') + 1);
 }
 
 } // namespace
@@ -49,18 +64,12 @@ const char* getDocDir() {
 }
 
 const char* getExeDir() {
-  static std::string folder;
-  if (!folder.empty())
+  try {
+    static const std::string folder = findExeDir();
     return folder.c_str();
-  std::string path(255, '\0');
-  ssize_t length;
-  while ((length = readlink("/proc/self/exe", path.data(), path.size())) ==
-         static_cast<ssize_t>(path.size()))
-    path.resize(2 * path.size());
-  path.resize(static_cast<std::size_t>(std::max<ssize_t>(length, 0)));
-  std::replace(path.begin(), path.end(), '\\', '/');
-  folder = path.substr(0, path.rfind('/') + 1);
-  return folder.c_str();
+  } catch (const std::system_error&) { // the next call tries again
+    return "";
+  }
 }
 
 void dirs_test() {

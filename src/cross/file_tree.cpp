@@ -16,12 +16,50 @@ struct Unref {
 using File = std::unique_ptr<GFile, Unref>;
 using Folder = std::unique_ptr<GFileEnumerator, Unref>;
 
-struct Child {
+struct Item {
   std::string name; ///< in the file system's own bytes
   GFileType type;
+  std::string id; ///< the same for every name of a file, empty where the file system has none
 
   File in(GFile* folder) const { return File(g_file_get_child(folder, name.c_str())); }
 };
+
+/// How a walk looks at files.
+struct Look {
+  const char* attributes;
+  GFileQueryInfoFlags flags;
+};
+constexpr Look following = {"standard::name,standard::type,id::file", G_FILE_QUERY_INFO_NONE};
+/// Asks for no identity, for which GIO would have to examine every file.
+constexpr Look notFollowing = {"standard::name,standard::type",
+                               G_FILE_QUERY_INFO_NOFOLLOW_SYMLINKS};
+
+Item describe(GFileInfo* info) {
+  const char* const id = g_file_info_get_attribute_string(info, "id::file");
+  return {g_file_info_get_name(info), g_file_info_get_file_type(info), id ? id : ""};
+}
+
+/// Of unknown type when there is nothing to examine.
+Item examine(GFile* file, const Look& look) {
+  const std::unique_ptr<GFileInfo, Unref> info(
+      g_file_query_info(file, look.attributes, look.flags, nullptr, nullptr));
+  return info ? describe(info.get()) : Item{"", G_FILE_TYPE_UNKNOWN, ""};
+}
+
+/// The folders in which a walk stands and those that it fills, the innermost first. A link may lead
+/// back to one of them.
+struct Trail {
+  const Trail* outer;
+  const std::string& walked;
+  const std::string filled;
+};
+
+bool holds(const Trail* trail, const Item& item) {
+  for (; trail && !item.id.empty(); trail = trail->outer)
+    if (item.id == trail->walked || item.id == trail->filled)
+      return true;
+  return false;
+}
 
 /// Null for a path that names nothing: GIO would take the empty name for the working folder.
 File parseName(const std::string& path) {
@@ -29,21 +67,19 @@ File parseName(const std::string& path) {
   return File(*name ? g_file_parse_name(name) : nullptr);
 }
 
-Folder openFolder(GFile* file, GFileQueryInfoFlags flags, GCancellable* cancellable,
-                  GError** error) {
-  return Folder(
-      g_file_enumerate_children(file, "standard::name,standard::type", flags, cancellable, error));
+Folder openFolder(GFile* file, const Look& look, GCancellable* cancellable, GError** error) {
+  return Folder(g_file_enumerate_children(file, look.attributes, look.flags, cancellable, error));
 }
 
 /// Appends all of the folder to `children` and closes it, before the caller goes deeper: however
 /// deep a tree is, one descriptor is enough for it.
-bool readFolder(Folder folder, std::vector<Child>& children, GCancellable* cancellable,
+bool readFolder(Folder folder, std::vector<Item>& children, GCancellable* cancellable,
                 GError** error) {
   GFileInfo* info;
   while (g_file_enumerator_iterate(folder.get(), &info, nullptr, cancellable, error)) {
     if (!info)
       return true;
-    children.push_back({g_file_info_get_name(info), g_file_info_get_file_type(info)});
+    children.push_back(describe(info));
   }
   return false;
 }
@@ -56,55 +92,58 @@ bool isGiven(GFile* file, GError** error) {
 }
 
 gboolean removeTree(GFile* file, GFileType type, GCancellable* cancellable, GError** error) {
-  // The enumerator opens a linked folder in spite of this flag, so only a real one is tried.
-  constexpr auto flags = G_FILE_QUERY_INFO_NOFOLLOW_SYMLINKS;
+  // The enumerator would open a linked folder in spite of its flag, so only a real one is tried.
   if (type == G_FILE_TYPE_DIRECTORY) {
-    std::vector<Child> children;
-    Folder folder = openFolder(file, flags, cancellable, nullptr);
+    std::vector<Item> children;
+    Folder folder = openFolder(file, notFollowing, cancellable, nullptr);
     if (folder && !readFolder(std::move(folder), children, cancellable, error))
       return FALSE;
-    for (const Child& child : children)
+    for (const Item& child : children)
       if (!removeTree(child.in(file).get(), child.type, cancellable, error))
         return FALSE;
   }
   return g_file_delete(file, cancellable, error);
 }
 
-gboolean copyTree(GFile* source, GFileType type, GFile* destination, GFileCopyFlags flags,
-                  GCancellable* cancellable, GError** error) {
-  if (type == G_FILE_TYPE_REGULAR)
+gboolean copyTree(GFile* source, const Item& item, GFile* destination, GFileCopyFlags flags,
+                  const Trail* trail, GCancellable* cancellable, GError** error) {
+  if (item.type == G_FILE_TYPE_REGULAR)
     return g_file_copy(source, destination, flags, cancellable, nullptr, nullptr, error);
-  if (type != G_FILE_TYPE_DIRECTORY)
+  if (item.type != G_FILE_TYPE_DIRECTORY || holds(trail, item))
     return TRUE;
 
   g_file_make_directory(destination, cancellable, nullptr);
-  g_file_copy_attributes(source, destination, flags, cancellable, nullptr);
-  std::vector<Child> children;
-  Folder folder = openFolder(source, G_FILE_QUERY_INFO_NONE, cancellable, error);
+  // Of a linked folder too the mode counts, not the link's, which lets everyone in.
+  const auto followed = static_cast<GFileCopyFlags>(flags & ~G_FILE_COPY_NOFOLLOW_SYMLINKS);
+  g_file_copy_attributes(source, destination, followed, cancellable, nullptr);
+  std::vector<Item> children;
+  Folder folder = openFolder(source, following, cancellable, error);
   if (!folder || !readFolder(std::move(folder), children, cancellable, error))
     return FALSE;
-  for (const Child& child : children)
-    if (!copyTree(child.in(source).get(), child.type, child.in(destination).get(), flags,
+  const Trail deeper{trail, item.id, examine(destination, following).id};
+  for (const Item& child : children)
+    if (!copyTree(child.in(source).get(), child, child.in(destination).get(), flags, &deeper,
                   cancellable, error))
       return FALSE;
   return TRUE;
 }
 
-void visitTree(GFile* file, GFileType type, const std::function<void(GFile*)>& visit,
-               GCancellable* cancellable, GError** error) {
-  if (type == G_FILE_TYPE_REGULAR)
+void visitTree(GFile* file, const Item& item, const std::function<void(GFile*)>& visit,
+               const Trail* trail, GCancellable* cancellable, GError** error) {
+  if (item.type == G_FILE_TYPE_REGULAR)
     visit(file);
-  if (type != G_FILE_TYPE_DIRECTORY)
+  if (item.type != G_FILE_TYPE_DIRECTORY || holds(trail, item))
     return;
 
   const auto firstError = [error] { return error && *error ? nullptr : error; };
-  std::vector<Child> children;
-  if (Folder folder = openFolder(file, G_FILE_QUERY_INFO_NONE, cancellable, firstError()))
+  std::vector<Item> children;
+  if (Folder folder = openFolder(file, following, cancellable, firstError()))
     readFolder(std::move(folder), children, cancellable, firstError());
-  for (const Child& child : children) {
+  const Trail deeper{trail, item.id, {}};
+  for (const Item& child : children) {
     if (g_cancellable_set_error_if_cancelled(cancellable, firstError()))
       return;
-    visitTree(child.in(file).get(), child.type, visit, cancellable, error);
+    visitTree(child.in(file).get(), child, visit, &deeper, cancellable, error);
   }
 }
 
@@ -117,9 +156,7 @@ bool mkdir_with_parents(const char* path) {
 gboolean rm_rf(GFile* file, GCancellable* cancellable, GError** error) {
   if (!isGiven(file, error))
     return FALSE;
-  const GFileType type =
-      g_file_query_file_type(file, G_FILE_QUERY_INFO_NOFOLLOW_SYMLINKS, cancellable);
-  return removeTree(file, type, cancellable, error);
+  return removeTree(file, examine(file, notFollowing).type, cancellable, error);
 }
 
 gboolean directory_remove_all(const std::string& path) {
@@ -130,13 +167,13 @@ gboolean copy_recursive(GFile* source, GFile* destination, GFileCopyFlags flags,
                         GCancellable* cancellable, GError** error) {
   if (!isGiven(source, error) || !isGiven(destination, error))
     return FALSE;
-  const GFileType type = g_file_query_file_type(source, G_FILE_QUERY_INFO_NONE, nullptr);
-  if (type == G_FILE_TYPE_DIRECTORY && g_file_has_prefix(destination, source)) {
+  const Item item = examine(source, following);
+  if (item.type == G_FILE_TYPE_DIRECTORY && g_file_has_prefix(destination, source)) {
     g_set_error_literal(error, G_IO_ERROR, G_IO_ERROR_WOULD_RECURSE,
                         "A folder cannot be copied into itself");
     return FALSE;
   }
-  return copyTree(source, type, destination, flags, cancellable, error);
+  return copyTree(source, item, destination, flags, nullptr, cancellable, error);
 }
 
 gboolean copy_recursive(const std::string& source, const std::string& destination) {
@@ -147,8 +184,7 @@ gboolean copy_recursive(const std::string& source, const std::string& destinatio
 void traverseFiles(GFile* file, const std::function<void(GFile*)>& visit, GCancellable* cancellable,
                    GError** error) {
   if (isGiven(file, error))
-    visitTree(file, g_file_query_file_type(file, G_FILE_QUERY_INFO_NONE, nullptr), visit,
-              cancellable, error);
+    visitTree(file, examine(file, following), visit, nullptr, cancellable, error);
 }
 
 } // namespace Qiv

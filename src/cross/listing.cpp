@@ -27,15 +27,16 @@ void printName(const char* name) {
 } // namespace
 
 int ls(const char* path) {
-  const std::unique_ptr<DIR, DirClose> dir(opendir(path));
+  const std::string folder = path ? path : "";
+  const std::unique_ptr<DIR, DirClose> dir(opendir(folder.c_str()));
   if (!dir) {
-    std::printf("Cannot open dir %s\n", path);
+    std::printf("Cannot open dir %s\n", folder.c_str());
     return -1;
   }
   while (const dirent* entry = readdir(dir.get())) {
     if (std::strcmp(entry->d_name, ".") == 0 || std::strcmp(entry->d_name, "..") == 0)
       continue;
-    const std::string item = (std::string(path) + "/" + entry->d_name).substr(0, longestPath);
+    const std::string item = (folder + "/" + entry->d_name).substr(0, longestPath);
     const FileInfo info(item.c_str());
     if (info.st.st_dev == static_cast<dev_t>(-1))
       break;

@@ -1,5 +1,6 @@
 #include "qiv/files.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <memory>
 #include <sys/wait.h>
@@ -31,6 +32,18 @@ std::string readAll(int fd) {
   return text;
 }
 
+/// The output as a reader of C texts sees it, which takes a line, or 127 bytes of it, at a time: a
+/// NUL hides the rest of its piece.
+std::string readAsTexts(const std::string& output) {
+  constexpr std::size_t longestPiece = 127;
+  std::string text;
+  for (std::size_t start = 0, end; start < output.size(); start = end) {
+    end = std::min({output.find('\n', start), output.size() - 1, start + longestPiece - 1}) + 1;
+    text.append(output, start, std::min(output.find('\0', start), end) - start);
+  }
+  return text;
+}
+
 int decodeExit(int status) {
   if (WIFEXITED(status))
     return WEXITSTATUS(status);
@@ -55,12 +68,7 @@ std::string execPipe(const char* command) {
 }
 
 std::string exec(const char* command) {
-  std::string result;
-  if (const Pipe pipe{openPipe(command)}) {
-    char buffer[128];
-    while (std::fgets(buffer, sizeof buffer, pipe.get()))
-      result += buffer;
-  }
+  std::string result = readAsTexts(Popen(command).output);
   if (!result.empty() && result.back() == '\n')
     result.pop_back();
   return result;

@@ -9,13 +9,12 @@ namespace Qiv::internal {
 struct Spawned {
   bool started = false;
   int systemError = 0; ///< errno as it stood after the start
-  int status = 0;
   std::string output;
   std::string errors;
 };
 
-/// Runs `command` to its end without a shell.
-Spawned spawn(const char* command);
+/// Runs `command` to its end without a shell. `status` may be null.
+Spawned spawn(const char* command, int* status);
 
 /// Throws the std::string "command: errors" if the command wrote to standard error.
 void throwErrors(const char* command, const Spawned& spawned);

@@ -6,10 +6,9 @@
 
 namespace Qiv::internal {
 
-/// Calendar time in the time zone of the moment, which localtime_r alone would ask for only once.
+/// Calendar time in the time zone that the process had when it first asked, or last called tzset.
 inline std::tm localTime(std::time_t seconds) {
   std::tm local;
-  tzset();
   if (!localtime_r(&seconds, &local))
     throw std::out_of_range("DateTimeHelper: The calendar cannot hold this time");
   return local;

@@ -2,6 +2,7 @@
 
 #include "qiv/text.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <optional>
 #include <string_view>
@@ -100,24 +101,19 @@ std::string diagnose(const std::string& listing) {
   bool adapterUp = false;
   bool linkUp = true;
   std::size_t mark = std::string::npos;
-  for (std::size_t i = 0, step; i < text.size(); i += step) {
-    step = 1;
+  for (std::size_t i = 0; i < text.size(); ++i) {
     if (text[i] == '<') {
       mark = diagnosis.size();
     } else if (standsAt(text, i, ",UP")) {
       adapterUp = true;
-      step = 3;
-    } else if (standsAt(text, i, ",U")) {
-      step = 2;
     } else if (standsAt(text, i, "state DOWN")) {
       linkUp = false;
-      step = 10;
     } else if (text[i] == '\n' && mark != std::string::npos) {
       diagnosis.resize(mark);
       diagnosis += !adapterUp ? networkAdapterOff() : linkUp ? noIpAddr() : cableNotPlug();
       mark = std::string::npos;
     }
-    diagnosis.append(text, i, step);
+    diagnosis += text[i];
   }
   diagnosis.pop_back();
   return diagnosis;
