@@ -5,6 +5,7 @@
 #include "network_text.h"
 #include "options.h"
 #include "report.h"
+#include "signal_pause.h"
 #include "texts.h"
 #include "watch.h"
 
@@ -36,22 +37,27 @@ public:
   void repeat();
 
 private:
-  /// The lock lets one netreport at a time use the files that all share.
   template <typename Look>
   ExitStatus guarded(Look look);
   ExitStatus ping();
   void show();
-  void writeReport();
+  ExitStatus writeReport();
   ExitStatus fail(const std::string& reason);
 
   const Options& options;
   Findings findings;
-  std::string shown; ///< the table or failure shown last
+  std::string shown;     ///< the table or failure shown last
+  const char* lead = ""; ///< what brings the cursor to the start of a line
 };
 
+/// One netreport at a time uses the files that all share. A lock may be kept for 120 seconds, so
+/// each look takes it anew, and no signal may end the process meanwhile and leave it behind.
 template <typename Look>
 ExitStatus Reporter::guarded(Look look) {
+  const SignalPause pause;
   const Qiv::CrossprocessLock lock("netreport", 10000);
+  if (!lock.isHeld())
+    Log::writeWarn(texts::noLock());
   try {
     findings.network = Qiv::NetworkHelper::getNetworkInterfaces();
     return look();
@@ -65,20 +71,20 @@ ExitStatus Reporter::guarded(Look look) {
 ExitStatus Reporter::report() {
   return guarded([this] {
     show();
-    const ExitStatus status = findings.network.hasInterface ? ping() : fail(Qiv::ethsNotFound());
-    writeReport();
-    return status;
+    const ExitStatus looked = findings.network.hasInterface ? ping() : fail(Qiv::ethsNotFound());
+    const ExitStatus written = writeReport();
+    return looked == success ? written : looked;
   });
 }
 
 void Reporter::repeat() {
+  lead = "\r"; // over the running time
+  findings.host.clear();
   guarded([this] {
-    if (formatTable(findings.network) != shown) {
-      std::cout << "\r"; // over the running time
-      show();
-      writeReport();
-    }
-    return success;
+    if (formatTable(findings.network) == shown)
+      return success;
+    show();
+    return writeReport();
   });
 }
 
@@ -102,26 +108,27 @@ ExitStatus Reporter::ping() {
 
 void Reporter::show() {
   shown = formatTable(findings.network);
-  std::cout << shown;
+  std::cout << lead << shown;
   Log::writeInfo(formatLines(findings.network));
 }
 
-void Reporter::writeReport() {
-  const std::string xml = writeXml(findings);
-  if (xml.empty() || (!options.html.empty() && !writeHtml(xml, options.html))) {
-    std::cerr << texts::noReport() << "\n";
-    Log::writeError(texts::noReport());
-    return;
-  }
+ExitStatus Reporter::writeReport() {
+  const std::string xml = getXmlPath();
+  if (!writeXml(findings, xml))
+    return fail(texts::notWritten(xml));
   std::cout << texts::report() << ": " << xml << "\n";
-  if (!options.html.empty())
-    std::cout << texts::page() << ": " << options.html << "\n";
+  if (options.html.empty())
+    return success;
+  if (!writeHtml(xml, options.html))
+    return fail(texts::notWritten(options.html));
+  std::cout << texts::page() << ": " << options.html << "\n";
+  return success;
 }
 
 ExitStatus Reporter::fail(const std::string& reason) {
   if (reason != shown) {
     // A diagnosis of several lines ends with a line feed of its own.
-    std::cerr << reason << (Qiv::StringHelper::endsWith(reason, "\n") ? "" : "\n");
+    std::cerr << lead << reason << (Qiv::StringHelper::endsWith(reason, "\n") ? "" : "\n");
     Log::writeError(reason);
   }
   shown = reason;

@@ -4,16 +4,17 @@
 #include <iostream>
 #include <qiv/errors.h>
 
-const char* const usage = "Usage: netreport [--lang en|ru] [--ping HOST] [--html FILE] [--watch]\n"
-                          "Shows this machine's network interfaces and pings the gateway.\n"
-                          "\n"
-                          "  --lang en|ru  language of the messages (en)\n"
-                          "  --ping HOST   ping HOST in place of the gateway\n"
-                          "  --html FILE   write the report as a page, too\n"
-                          "  --watch       look again and again until Ctrl-C\n"
-                          "  --help        show this text\n"
-                          "\n"
-                          "Exit status: 0, 1 when the network fails, 2 for bad arguments.\n";
+const char* const usage =
+    "Usage: netreport [--lang en|ru] [--ping HOST] [--html FILE] [--watch]\n"
+    "Shows this machine's network interfaces and pings the gateway.\n"
+    "\n"
+    "  --lang en|ru  language of the messages (en)\n"
+    "  --ping HOST   ping HOST in place of the gateway\n"
+    "  --html FILE   write the report as a page, too\n"
+    "  --watch       look again and again until Ctrl-C\n"
+    "  --help        show this text\n"
+    "\n"
+    "Exit status: 0, 1 when the network or a file fails, 2 for bad arguments.\n";
 
 namespace {
 
@@ -22,24 +23,29 @@ bool setLanguage(const std::string& name) {
   return name == "ru" || name == "en";
 }
 
-/// Takes an option's value; an empty one makes no sense.
-bool setText(std::string& text, const char* value) {
-  text = value;
-  return !text.empty();
+/// What the library would ping, and what is safe to write into a report.
+bool isHost(const std::string& host) {
+  static constexpr const char* allowed =
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789.:%_-";
+  return !host.empty() && host[0] != '-' && host.find_first_not_of(allowed) == std::string::npos;
 }
 
 bool take(Options& options, int name) {
   switch (name) {
   case 'h':
-    return options.help = true;
+    options.help = true;
+    return true;
   case 'w':
-    return options.watch = true;
+    options.watch = true;
+    return true;
   case 'l':
     return setLanguage(optarg);
   case 'p':
-    return setText(options.host, optarg);
+    options.host = optarg;
+    return isHost(options.host);
   case 'f':
-    return setText(options.html, optarg);
+    options.html = optarg;
+    return !options.html.empty();
   default:
     return false;
   }

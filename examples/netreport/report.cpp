@@ -44,7 +44,11 @@ void addState(xmlpp::Element& report, const std::string& text, bool good) {
 
 } // namespace
 
-std::string writeXml(const Findings& findings) {
+std::string getXmlPath() {
+  return Qiv::getQivCrossAppCacheDir() + "netreport.xml";
+}
+
+bool writeXml(const Findings& findings, const std::string& xmlFile) {
   xmlpp::Document document;
   xmlpp::Element& report = *document.create_root_node("report");
   report.set_attribute("time", Qiv::DateTimeHelper::getDisplayTimeString(
@@ -60,17 +64,17 @@ std::string writeXml(const Findings& findings) {
   for (const std::string& host : findings.recentHosts)
     report.add_child("host")->set_child_text(host);
 
-  const std::string path = Qiv::getQivCrossAppCacheDir() + "netreport.xml";
-  Qiv::mkdir_with_parents(Qiv::getQivCrossAppCacheDir().c_str());
-  std::ofstream file = Qiv::openOutputFileUTF8Name(path, std::ios::trunc);
+  Qiv::mkdir_with_parents(Qiv::getPathDirectory(xmlFile).c_str());
+  std::ofstream file = Qiv::openOutputFileUTF8Name(xmlFile, std::ios::trunc);
   file << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
        << Qiv::XmlHelper::writeToString(&report) << "\n";
   file.close();
-  return file ? path : "";
+  return !file.fail();
 }
 
 bool writeHtml(const std::string& xmlFile, const std::string& htmlFile) {
   const std::string stylesheet = Qiv::getQivCrossExeDir() + "../share/netreport/report.xsl";
   Qiv::XslTransformer page(xmlFile.c_str(), stylesheet.c_str(), htmlFile.c_str());
-  return page.transform() == 0;
+  // Without its stylesheet the page is empty, which the status does not tell.
+  return page.transform() == 0 && cross::FileInfo(htmlFile.c_str()).st.st_size > 0;
 }

@@ -13,9 +13,11 @@ struct Findings {
   std::vector<std::string> recentHosts; ///< the newest last
 };
 
-/// Writes the findings as XML into the application's cache folder. Returns the file's name, empty
-/// when it could not be written.
-std::string writeXml(const Findings& findings);
+/// The file of the XML report, in the application's cache folder.
+std::string getXmlPath();
+
+/// Writes the findings as XML. False when that failed.
+bool writeXml(const Findings& findings, const std::string& xmlFile);
 
 /// Turns the XML report into a page. False when that failed.
 bool writeHtml(const std::string& xmlFile, const std::string& htmlFile);

@@ -42,8 +42,12 @@ inline const char* log() {
 inline const char* running() {
   return choose("Running for", "Работает");
 }
-inline const char* noReport() {
-  return choose("The report cannot be written", "Отчёт не может быть записан");
+inline const char* noLock() {
+  return choose("Another netreport may use the same files",
+                "Файлы могут быть заняты другим netreport");
+}
+inline std::string notWritten(const std::string& file) {
+  return choose("Cannot write ", "Не удалось записать ") + file;
 }
 
 inline std::string yesNo(const char* question, bool yes) {

@@ -17,14 +17,16 @@ using Clock = std::chrono::system_clock;
 constexpr unsigned int pauseMilliseconds = 2000;
 
 void showTime(float seconds) {
+  static long shown = 0;
+  const auto whole = static_cast<long>(seconds);
+  if (whole == shown)
+    return;
+  shown = whole;
   const Clock::time_point start;
-  const auto elapsed = std::chrono::milliseconds(static_cast<long>(seconds * 1000));
-  static std::string shown;
-  const std::string time =
-      Qiv::DateTimeHelper::getDisplayDurationString(start, start + elapsed, "%02d:%02d:%02d");
-  if (time != shown)
-    std::cout << "\r" << texts::running() << " " << time << std::flush;
-  shown = time;
+  std::cout << "\r" << texts::running() << " "
+            << Qiv::DateTimeHelper::getDisplayDurationString(
+                   start, start + std::chrono::seconds(whole), "%02d:%02d:%02d")
+            << std::flush;
 }
 
 gboolean quit(void* loop) {
@@ -52,8 +54,8 @@ void watch(const std::function<void()>& look) {
 
   loop->run();
 
+  g_source_remove(interrupt); // another Ctrl-C ends a worker that waits
   ended.set();
   worker.stop();
-  g_source_remove(interrupt);
   std::cout << "\n";
 }

@@ -50,9 +50,9 @@ public:
   ThreadManager(const ThreadManager&) = delete;
   ThreadManager& operator=(const ThreadManager&) = delete;
 
-  /// Repeats a copy of `work`. A worker that runs is stopped first; one that has been paused since
-  /// the last stop, or before the first start, waits for resume before its first round. An
-  /// exception that leaves `work`, and an empty `work`, end the process.
+  /// Repeats a copy of `work`. A worker that runs or is paused is stopped first. A pause made while
+  /// there is no worker holds: the new one waits for resume before its first round. An exception
+  /// that leaves `work`, and an empty `work`, end the process.
   void start(const std::function<void()>& work);
 
   /// Lets the worker wait before its next round. Without a worker, holds for the next one.
@@ -145,10 +145,12 @@ private:
 // ---------------------------------------------------------------------------------------------
 
 /// Measures running time and reports it to the thread that made the stopwatch, as long as a GLib
-/// main loop runs there.
+/// main loop runs there. A thread other than the main one has pushed a main context of its own
+/// before (g_main_context_push_thread_default).
 ///
-/// Every public member belongs to that thread. No call ever waits for the main loop, and a slot may
-/// call anything, destruction included. From start to stop a thread keeps a processor core busy;
+/// Every public member belongs to that thread. No call waits for the main loop, unless emissions of
+/// other dispatchers fill the pipe that glibmm keeps for the thread. A slot may call anything,
+/// destruction included. From start to stop a thread keeps a processor core busy;
 /// the total is a float that loses precision over long runs.
 class QIV_API Secundomer {
 public:

@@ -265,8 +265,8 @@ public:
   /// folder, and a file that cannot be opened.
   ///
   /// `urlPrefix` is an FTP URL that ends with "/" and holds user and password where they are
-  /// needed. Calls must not overlap, and two programs must not
-  /// upload into the same remote folder at once.
+  /// needed. Calls must not overlap, and two programs must not upload into the same remote folder
+  /// at once.
   int FTPUpload(const char* remoteName, const char* urlPrefix, const char* localPath);
 };
 

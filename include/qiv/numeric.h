@@ -26,8 +26,9 @@ namespace Qiv {
 /// where `true` stands for the classic locale.
 ///
 /// `precision` is not a count of decimals: it is taken from the 15 digits that a double carries.
-/// Up to 15 - precision digits stand after the point, at most 15 in all, and a magnitude below
-/// 10^(precision - 15) is "0". Negative numbers have 6 significant digits. Infinities are "inf" and
+/// Up to 15 - precision digits stand after the point (below 0.1 that many significant ones), at
+/// most 15 in all, and a magnitude below 10^(precision - 15) is "0". Negative numbers have 6
+/// significant digits. Infinities are "inf" and
 /// "-inf", NaN is "nan" or "-nan".
 template <typename T, bool Classic>
 std::string convertToString(const T& value, int precision);

@@ -78,8 +78,8 @@ public:
 
   /// Replaces the output file, in the method and encoding that the stylesheet asks for. Returns 0,
   /// or EOF when the output could not be opened or written. A missing or malformed input or
-  /// stylesheet gives an EMPTY file and 0; standard error tells why. Throws std::logic_error when
-  /// the output name is null.
+  /// stylesheet, and one that ends itself, gives an EMPTY file and 0; standard error tells why.
+  /// Throws std::logic_error when the output name is null.
   int transform();
 
 private:

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <glibmm/dispatcher.h>
+#include <glibmm/main.h>
 #include <vector>
 
 namespace Qiv {
@@ -52,7 +53,7 @@ public:
   }
 
 private:
-  Dispatcher() {
+  Dispatcher() : dispatcher(Glib::wrap(g_main_context_ref_thread_default(), false)) {
     dispatcher.connect([this] {
       underWay = false;
       if (wanted.exchange(false))

@@ -12,8 +12,8 @@ namespace {
 
 constexpr int doubleDigits = 15;
 
-/// Numbers without a logarithm get a stream's default. Zero comes here only when 10^-digits is zero
-/// too, and an infinity has no digits.
+/// A negative number or NaN has no logarithm and gets a stream's default. Zero comes here only when
+/// 10^-digits is zero too; its exponent, minus infinity, counts as 0.
 int significantDigits(double value, double digits) {
   constexpr int streamDefault = 6;
   if (!(value >= 0))
