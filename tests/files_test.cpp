@@ -132,113 +132,98 @@ TEST(Open, DescriptorsAreNotInheritedAndNoneIsLeft) {
   });
 }
 
-/// GLib's warnings are fatal here.
+/// A tree in the working folder. GLib's warnings are fatal here.
 struct FileTree : testing::Test {
   FileTree() {
     g_log_set_always_fatal(static_cast<GLogLevelFlags>(G_LOG_LEVEL_WARNING | G_LOG_LEVEL_CRITICAL));
     Gio::init();
-  }
-
-  /// Folders, a FIFO, links to a file, a folder and nothing, names that are not UTF-8.
-  void makeTree() const {
-    for (const std::string& name : {root + "/sub/deep", root + "/sub/\xFD/", dir / "outside"})
-      EXPECT_FALSE(mkdir_with_parents(name.c_str())) << "true would tell of a failure";
+    fs::current_path(folder.getPath());
+    for (const char* name : {"tree/sub/deep", "tree/sub/\xFD/", "outside"})
+      EXPECT_FALSE(mkdir_with_parents(name)) << "true would tell of a failure";
     for (const char* name :
          {"tree/a", "tree/sub/deep/b", "tree/sub/\xFF\xFE", "tree/sub/\xFD/c", "outside/kept"})
-      writeFile(dir / name, name);
-    mkfifo((root + "/fifo").c_str(), 0600);
-    fs::create_symlink("nowhere", root + "/broken");
-    fs::create_symlink("a", root + "/link");
-    fs::create_directory_symlink(dir / "outside", root + "/sub/deep/out");
+      writeFile(name, name);
+    mkfifo("tree/fifo", 0600);
+    fs::create_symlink("nowhere", "tree/broken");
+    fs::create_symlink("a", "tree/link");
+    fs::create_directory_symlink(folder / "outside", "tree/sub/deep/out");
   }
 
-  GFile* file(const std::string& path) {
+  GFile* file(const char* path) {
     return files.emplace_back(Gio::File::create_for_path(path))->gobj();
   }
-
   bool fails(gboolean result, GIOErrorEnum code) {
     const bool matches = g_error_matches(error, G_IO_ERROR, code);
     g_clear_error(&error);
     return !result && matches;
   }
 
-  const TempDir dir;
-  const std::string root = dir / "tree";
+  const TempDir folder;
   GError* error = nullptr;
   std::vector<Glib::RefPtr<Gio::File>> files;
 };
 
-TEST_F(FileTree, IsRemovedWithoutWhatLinksLeadTo) {
-  makeTree();
-  fs::create_directory_symlink(dir / "outside", dir / "top");
-  EXPECT_TRUE(rm_rf(file(dir / "top"), nullptr, &error) && rm_rf(file(root), nullptr, &error));
-  EXPECT_FALSE(error || fs::exists(root) || fs::is_symlink(dir / "top"));
-  EXPECT_TRUE(fs::exists(dir / "outside/kept"));
-}
-
-TEST_F(FileTree, IsRemovedDeeperThanTheDescriptorsLast) {
-  std::string deep = root;
+TEST_F(FileTree, IsRemovedAtAnyDepthWithoutWhatLinksLeadTo) {
+  // GIO takes the empty name for the working folder, and removed it with all that it held.
+  for (const std::string& nothing : {std::string(), std::string("tree\0b", 6)}) {
+    EXPECT_FALSE(directory_remove_all(nothing));
+    ASSERT_TRUE(fs::exists("tree/sub/deep/b"));
+  }
+  fs::create_directory_symlink("outside", "top");
+  EXPECT_TRUE(rm_rf(file("top"), nullptr, &error) && rm_rf(file("tree"), nullptr, &error));
+  EXPECT_FALSE(error || fs::exists("tree") || fs::is_symlink("top"));
+  EXPECT_TRUE(fs::exists("outside/kept"));
+  std::string deep = "tree";
   for (int i = 0; i < 300; ++i)
     deep += "/d";
   fs::create_directories(deep);
-  // GIO takes the empty name for the working folder, and removed it with all that it held.
-  fs::current_path(root);
-  for (const std::string& nothing : {std::string(), "d" + std::string("\0b", 2)}) {
-    EXPECT_FALSE(directory_remove_all(nothing));
-    ASSERT_TRUE(fs::exists(deep));
-  }
-  const rlimit few = {64, 64};
+  const rlimit few = {64, 64}; // descriptors
   setrlimit(RLIMIT_NOFILE, &few);
-  EXPECT_TRUE(directory_remove_all(root) && !fs::exists(root));
+  EXPECT_TRUE(directory_remove_all("tree") && !fs::exists("tree"));
 }
 
 TEST_F(FileTree, ReportsFailureOnce) {
-  makeTree();
-  const auto copyFails = [&](const std::string& to, GCancellable* stop, GIOErrorEnum code) {
-    return fails(copy_recursive(file(root), file(to), G_FILE_COPY_NONE, stop, &error), code);
+  const auto copyFails = [&](const char* to, GCancellable* stop, GIOErrorEnum code) {
+    return fails(copy_recursive(file("tree"), file(to), G_FILE_COPY_NONE, stop, &error), code);
   };
-  EXPECT_FALSE(directory_remove_all(dir / "missing"));
-  EXPECT_TRUE(fails(rm_rf(file(dir / "missing"), nullptr, &error), G_IO_ERROR_NOT_FOUND));
+  EXPECT_FALSE(directory_remove_all("missing"));
+  EXPECT_TRUE(fails(rm_rf(file("missing"), nullptr, &error), G_IO_ERROR_NOT_FOUND));
   EXPECT_TRUE(fails(rm_rf(nullptr, nullptr, &error), G_IO_ERROR_INVALID_ARGUMENT));
-  EXPECT_TRUE(copyFails(dir / "outside/kept", nullptr, G_IO_ERROR_NOT_DIRECTORY));
-  EXPECT_TRUE(copyFails(root + "/in", nullptr, G_IO_ERROR_WOULD_RECURSE));
-  EXPECT_TRUE(mkdir_with_parents((root + "/a/x").c_str()) && mkdir_with_parents(nullptr));
+  EXPECT_TRUE(copyFails("outside/kept", nullptr, G_IO_ERROR_NOT_DIRECTORY));
+  EXPECT_TRUE(copyFails("tree/in", nullptr, G_IO_ERROR_WOULD_RECURSE));
+  EXPECT_TRUE(mkdir_with_parents("tree/a/x") && mkdir_with_parents(nullptr));
   const auto cancelled = Gio::Cancellable::create();
   cancelled->cancel();
-  EXPECT_TRUE(fails(rm_rf(file(root), cancelled->gobj(), &error), G_IO_ERROR_CANCELLED));
-  EXPECT_TRUE(copyFails(dir / "c", cancelled->gobj(), G_IO_ERROR_CANCELLED));
+  EXPECT_TRUE(fails(rm_rf(file("tree"), cancelled->gobj(), &error), G_IO_ERROR_CANCELLED));
+  EXPECT_TRUE(copyFails("copy", cancelled->gobj(), G_IO_ERROR_CANCELLED));
   const auto visit = [](GFile*) { ADD_FAILURE() << "visited"; };
-  traverseFiles(file(root), visit, cancelled->gobj(), &error);
+  traverseFiles(file("tree"), visit, cancelled->gobj(), &error);
   EXPECT_TRUE(fails(FALSE, G_IO_ERROR_CANCELLED));
 }
 
 TEST_F(FileTree, IsCopiedButForSpecialFiles) {
-  makeTree();
-  fs::create_directory(dir / "copy"); // an existing folder is filled
-  EXPECT_TRUE(copy_recursive(root, dir / "copy"));
-  for (const char* name : {"/sub/deep/b", "/sub/\xFD/c", "/sub/\xFF\xFE", "/sub/deep/out/kept"})
-    EXPECT_EQ(readFile(dir / "copy" + name), readFile(root + name)) << name;
-  EXPECT_EQ(fs::read_symlink(dir / "copy/link"), "a");
-  EXPECT_FALSE(fs::is_symlink(dir / "copy/sub/deep/out") || fs::is_symlink(dir / "copy/broken"));
-  EXPECT_FALSE(fs::exists(dir / "copy/fifo"));
-  EXPECT_TRUE(copy_recursive(dir / "missing", dir / "nothing"));
+  fs::create_directory("copy"); // an existing folder is filled
+  EXPECT_TRUE(copy_recursive("tree", "copy") && copy_recursive("missing", "nothing"));
+  for (const std::string name : {"/sub/deep/b", "/sub/\xFD/c", "/sub/\xFF\xFE"})
+    EXPECT_EQ(readFile("copy" + name), "tree" + name);
+  EXPECT_EQ(readFile("copy/sub/deep/out/kept"), "outside/kept");
+  EXPECT_EQ(fs::read_symlink("copy/link"), "a");
+  EXPECT_FALSE(fs::is_symlink("copy/sub/deep/out") || fs::is_symlink("copy/broken"));
+  EXPECT_FALSE(fs::exists("copy/fifo"));
 }
 
 TEST_F(FileTree, IsVisitedThroughLinksAndPastUnreadableFolders) {
-  makeTree();
-  for (const char* name : {"/sub/shut", "/shut"})
-    EXPECT_EQ(mkdir((root + name).c_str(), 0), 0);
-  EXPECT_EQ(fs::status(root + "/sub").permissions(), fs::perms::owner_all);
+  EXPECT_EQ(fs::status("tree/sub").permissions(), fs::perms::owner_all);
+  EXPECT_EQ(mkdir("tree/shut", 0) + mkdir("tree/sub/shut", 0), 0);
   const auto visited = [&] {
     std::multiset<std::string> names;
     const auto visit = [&](GFile* f) { names.insert(Glib::wrap(f, true)->get_basename() + " "); };
-    traverseFiles(file(root), visit, nullptr, &error);
+    traverseFiles(file("tree"), visit, nullptr, &error);
     return std::accumulate(names.begin(), names.end(), std::string()) + (error ? "error" : "");
   };
-  EXPECT_THROW(traverseFiles(file(root), {}, nullptr, nullptr), std::bad_function_call);
-  if (geteuid() != 0)
-    GTEST_SKIP() << "needs root, which reads every folder, and can become someone who does not";
-  EXPECT_EQ(std::system(("chown -R 65534 " + dir.getPath()).c_str()), 0);
+  EXPECT_THROW(traverseFiles(file("tree"), {}, nullptr, nullptr), std::bad_function_call);
+  if (std::system("chown -R 65534 .") != 0)
+    GTEST_SKIP() << "needs root, which reads every folder and can become someone who does not";
   EXPECT_EQ(visited(), "a b c kept link \xFF\xFE ");
   EXPECT_EQ(inChild([&] { return setuid(65534) == 0 ? visited() : ""; }),
             "a b c kept link \xFF\xFE error");
@@ -265,15 +250,11 @@ TEST(Directories, FollowHomeAndUserDirs) {
     const char* answers;
     bool makesDocuments;
   } rows[] = {
-      {"no entry", ".", {""}, " QivCross/", true},
-      {"slash at the end", "./", {"$HOME/D/"}, " .//D/QivCross/", false},
-      {"home itself", ".", {"$HOME/"}, " QivCross/", true},
-      {"home without slash", ".", {"$HOME"}, " QivCross/", false},
-      {"last one stays",
-       ".",
-       {"/b", "$HOME/A", "/b", "$HOME/"},
-       " QivCross/ ./A/QivCross/ ./A/QivCross/ ./A/QivCross/",
-       true},
+      {"no entry", ".", {""}, " ", true},
+      {"slash at the end", "./", {"$HOME/D/"}, " .//D/", false},
+      {"home itself", ".", {"$HOME/"}, " ", true},
+      {"home without slash", ".", {"$HOME"}, " ", false},
+      {"last one stays", ".", {"/b", "$HOME/A", "/b", "$HOME/"}, "  ./A/ ./A/ ./A/", true},
   };
   for (const auto& row : rows) {
     const TempDir dir;
@@ -283,47 +264,47 @@ TEST(Directories, FollowHomeAndUserDirs) {
       for (const std::string& entry : row.entries) {
         if (!entry.empty())
           writeFile(".config/user-dirs.dirs", "XDG_DOCUMENTS_DIR=\"" + entry + "\"\n");
-        answers += " " + getQivCrossDocDir();
+        answers += std::string(" ") + cross::getDocDir();
       }
       return answers;
     };
     EXPECT_EQ(inHome(dir, row.home, ask), row.answers) << row.name;
     EXPECT_EQ(fs::exists(dir / "Documents"), row.makesDocuments) << row.name;
   }
+  EXPECT_EQ(inHome(TempDir(), ".", getQivCrossDocDir), "QivCross/");
   EXPECT_EQ(inHome(TempDir(), nullptr, getQivCrossAppCacheDir),
             "basic_string::_M_construct null not valid later/.cache/QivCross/");
   const std::string folder = fs::read_symlink("/proc/self/exe").parent_path().string() + "/";
   EXPECT_EQ(getQivCrossExeDir() + " " + getThemesDir(), folder + " " + folder + "Themes/");
 }
 
-TEST(Directories, DeveloperCheckPrintsInOrder) {
+TEST(Directories, DeveloperCheckListsTheFirstFolder) {
   const std::string output = inHome(TempDir(), ".", [] {
+    std::setlocale(LC_ALL, "C.UTF-8");
+    fs::create_directories("1path/a/b");
+    writeFile("1path/a/b/жук", "");
+    fs::create_directory("work");
+    fs::current_path("work");
     testing::internal::CaptureStdout();
     cross::dirs_test();
+    std::printf("%d\n", cross::ls("none"));
     return testing::internal::GetCapturedStdout();
   });
   std::size_t position = 0;
   for (const char* line :
-       {"sz=1 4096 \n", "locale=C, CP=", "\nappcache=./.cache/\nmydoc= 0x0 0x0 0x0\nglib_=",
-        "\nCannot open dir ../1path/\nPATH_MAX=4096,", "\nret=0\n"})
+       {"sz=1 4096 \nlocale=C.UTF-8, CP=UTF-8\nappcache=./.cache/\nmydoc= 0x0 0x0 0x0\nglib_=",
+        "\nжук\nD0 B6\nmbw=0436 0443\nPATH_MAX=4096,/", "/work\nret=0\nCannot open dir none\n-1\n"})
     ASSERT_NE(position = output.find(line, position), std::string::npos) << line << output;
 }
 
-TEST(Listing, EntersOnlyTheFirstFolderAtAnyDepth) {
-  const TempDir dir, deep;
-  fs::create_directories(dir / "a/b");
-  writeFile(dir / "a/b/жук", "");
-  std::setlocale(LC_ALL, "C.UTF-8");
-  testing::internal::CaptureStdout();
-  EXPECT_TRUE(cross::ls(dir.getPath().c_str()) == 0 && cross::ls("/no/such") == -1);
-  EXPECT_EQ(testing::internal::GetCapturedStdout(),
-            "жук\nD0 B6\nmbw=0436 0443\nCannot open dir /no/such\n");
-  fs::current_path(deep.getPath());
+TEST(Listing, SurvivesPathsOfAnyLength) {
+  const TempDir dir;
+  fs::current_path(dir.getPath());
   for (int i = 0; i < 20; ++i, fs::current_path(std::string(250, 'n')))
     fs::create_directory(std::string(250, 'n'));
-  EXPECT_EQ(cross::ls(deep.getPath().c_str()), 0);
+  EXPECT_EQ(cross::ls(dir.getPath().c_str()), 0);
   fs::current_path("/");
-  EXPECT_EQ(std::system(("rm -r " + deep.getPath()).c_str()), 0); // too deep for std::filesystem
+  EXPECT_EQ(std::system(("rm -r " + dir.getPath()).c_str()), 0); // too deep for std::filesystem
 }
 
 } // namespace
