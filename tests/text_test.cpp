@@ -1,63 +1,252 @@
+#include <sys/sysmacros.h> // defines major and minor as macros, which the header must bear
+
 #include "qiv/text.h"
 
+#include <climits>
+#include <functional>
+#include <glib.h>
 #include <gtest/gtest.h>
+#include <iomanip>
+#include <iostream>
+#include <random>
 #include <sstream>
-#include <stdexcept>
 
 using namespace Qiv;
+using namespace std::string_literals;
+using Bytes = std::vector<unsigned char>;
 
-namespace {
+template <typename Error>
+static void expectThrow(const char* text, const std::function<void()>& action) {
+  try {
+    action();
+    ADD_FAILURE() << "not thrown: " << text;
+  } catch (const Error& error) {
+    EXPECT_STREQ(error.what(), text);
+  }
+}
 
 TEST(StringHelper, MatchesAtAPosition) {
   EXPECT_TRUE(StringHelper::isInclude("Infinity", "INF", 0, 8, true));
   EXPECT_FALSE(StringHelper::isInclude("Infinity", "INF", 0, 8, false));
-  EXPECT_FALSE(StringHelper::isInclude("inf", "infinity", 0, 3, true));
   EXPECT_TRUE(StringHelper::isInclude("abc", "bc", 1, 3, false));
   EXPECT_FALSE(StringHelper::isInclude("abc", "bc", 1, 2, false));
   EXPECT_TRUE(StringHelper::isInclude("abc", "", 4, 3, false)) << "end - pos is unsigned";
-  EXPECT_FALSE(StringHelper::isInclude("abc", "c", 9, 3, false)) << "nothing is read behind";
   EXPECT_FALSE(StringHelper::isInclude("Жук", "жук", 0, 6, true)) << "bytes, not letters";
+  std::string cut = "abc\0def"s;
+  cut.resize(3); // "def" stays in memory
+  EXPECT_FALSE(StringHelper::isInclude(cut, "c\0def"s, 2, 99, true)) << "nothing is read behind";
+  EXPECT_FALSE(StringHelper::isInclude(cut, "def", 4, 99, false)) << "nothing is read behind";
 }
 
-TEST(StringHelper, ReplacesWithoutRescanning) {
-  EXPECT_EQ(StringHelper::replaceAll("aaa", "a", "aa"), "aaaaaa");
-  EXPECT_EQ(StringHelper::replaceAll("aaa", "aa", "b"), "ba");
-  EXPECT_EQ(StringHelper::replaceAll("a-b-c", "-", ""), "abc");
+TEST(StringHelper, SplitsReplacesAndComparesEnds) {
+  EXPECT_EQ(StringHelper::split("..a.b.", '.'), (std::vector<std::string>{"", "", "a", "b", ""}));
+  EXPECT_EQ(StringHelper::split("", '.'), std::vector<std::string>{""});
+  EXPECT_EQ(StringHelper::replaceAll("aba", "a", "aa"), "aabaa");
+  EXPECT_EQ(StringHelper::replaceAll("aaa", "aa", ""), "a");
   EXPECT_EQ(StringHelper::replaceAll("abc", "", "x"), "abc");
-}
-
-TEST(StringHelper, SplitsLikeGetline) {
-  for (const std::string text : {"", ".", "..", "1.2", "1..2", ".1", "a.b.", "plain"}) {
-    std::vector<std::string> pieces;
-    std::istringstream stream(text);
-    for (std::string piece; std::getline(stream, piece, '.');)
-      pieces.push_back(piece);
-    if (text.empty() || text.back() == '.')
-      pieces.emplace_back();
-    EXPECT_EQ(StringHelper::split(text, '.'), pieces) << text;
-  }
-}
-
-TEST(StringHelper, ComparesEnds) {
   EXPECT_TRUE(StringHelper::startsWith("abc", "ab") && StringHelper::endsWith("abc", "bc"));
   EXPECT_TRUE(StringHelper::startsWith("", "") && StringHelper::endsWith("abc", ""));
   EXPECT_FALSE(StringHelper::startsWith("ab", "abc") || StringHelper::endsWith("bc", "abc"));
+  EXPECT_FALSE(StringHelper::startsWith("abc", "bc") || StringHelper::endsWith("abc", "ab"));
 }
 
 TEST(StringHelper, FormatsAnyLength) {
-  EXPECT_EQ(StringHelper::formatC("%02d:%02d:%5000d", 1, 2, 3).substr(0, 6), "01:02:");
-  EXPECT_EQ(StringHelper::formatC("a%c%d%d", 0, 1, 2), std::string("a\00012", 4));
+  const auto message = "Qiv::StringHelper::format - Error during formatting.";
+  EXPECT_EQ(StringHelper::formatC("%02d%c%5000d", 1, 0, 3), "01\0"s + std::string(4999, ' ') + "3");
   EXPECT_THROW(StringHelper::formatC(nullptr, 1, 2, 3), std::logic_error);
-
-  const std::string message = "Qiv::StringHelper::format - Error during formatting.";
   testing::internal::CaptureStdout();
-  EXPECT_THROW(StringHelper::formatC("%2147483648d%d%d", 1, 2, 3), std::runtime_error);
+  expectThrow<std::runtime_error>(message, [] { StringHelper::formatC("%2147483648d", 1, 2, 3); });
   EXPECT_EQ(testing::internal::GetCapturedStdout(), message);
 }
 
-TEST(BitConverter, PrintsTwoDigits) {
-  EXPECT_EQ(BitConverter::to_HexString(0x0A), "0A");
-  EXPECT_EQ(BitConverter::to_HexString(0xF0), "F0");
+TEST(Version, ReadsText) {
+  const std::pair<const char*, const char*> rows[] = {
+      {"1.2", "1.2"},           {"1.2.3", "1.2.3"},  {"1.2.3.4", "1.2.3.4"},
+      {" 1. 2", "1.2"},         {"+1.002", "1.2"},   {"1 .2", "0.0.0.0"},
+      {"1", "0.0.0.0"},         {"", "0.0.0.0"},     {"1.2.", "0.0.0.0"},
+      {"1..2", "0.0.0.0"},      {"a.b", "0.0.0.0"},  {"1.2147483648", "0.0.0.0"},
+      {"1.2.3.4.5", "0.0.0.0"}, {"1.0x2", "0.0.0.0"}};
+  for (const auto& [text, written] : rows)
+    EXPECT_EQ(Version(text).to_string(), written) << text;
+  Version version(1, 2, 3, 4);
+  EXPECT_TRUE(version.parse("5.6"));
+  EXPECT_EQ(version.to_string(), "5.6.3.4");
+  EXPECT_FALSE(version.parse("9") || version.parse("7.x.8"));
+  EXPECT_EQ(version.to_string(), "7.6.3.4") << "what was read stays";
 }
 
-} // namespace
+TEST(Version, HoldsPartsButNoNegativeOnes) {
+  Version version(1, 2);
+  const std::pair<const char*, std::function<void()>> rows[] = {
+      {"Значение major < 0", [] { Version(-1, -1); }},
+      {"Значение minor < 0", [] { Version(1, -1, -1); }},
+      {"Значение build < 0", [] { Version(1, 1, -1, -1); }},
+      {"Значение revision < 0", [&] { version.setData(5, 5, 5, -1); }},
+      {"Значение < 0", [&] { version._setItem(9, -1); }},
+      {"Значение < 0", [] { Version("1.2.3.4.-5"); }}};
+  for (const auto& [message, action] : rows)
+    expectThrow<std::invalid_argument>(message, action);
+  EXPECT_FALSE(version._setItem(4, 1) || version._setItem(-1, 1));
+  EXPECT_EQ(version.to_string(4), "1.2.-1.-1");
+  EXPECT_TRUE(version._setItem(3, 300));
+  EXPECT_EQ(version.getBytes(), (Bytes{1, 2, 44}));
+  EXPECT_EQ(Version(0, 257, 0).getBytes(), (Bytes{0, 1, 0}));
+  EXPECT_EQ(version.to_string() + version.to_string(0) + version.to_string(5), "1.2");
+}
+
+TEST(Version, OrdersAnAbsentPartBelowZero) {
+  const Version rising[] = {{1, 2}, {1, 2, 0}, {1, 2, 0, 0}, {1, 2, 0, 9}, {1, 10}, {2, 0}};
+  for (const Version& a : rising)
+    for (const Version& b : rising) {
+      EXPECT_EQ(a.compareTo(b), (&a > &b) - (&a < &b));
+      EXPECT_TRUE((a < b) == (&a < &b) && (a <= b) == (&a <= &b) && (a == b) == (&a == &b));
+      EXPECT_TRUE((a > b) == (&a > &b) && (a >= b) == (&a >= &b));
+    }
+}
+
+static std::mt19937 engine;
+
+static Bytes randomBytes(std::size_t count) {
+  Bytes bytes(count);
+  std::generate(bytes.begin(), bytes.end(), std::ref(engine));
+  return bytes;
+}
+
+TEST(Base64, AgreesWithGLib) {
+  for (unsigned int length = 0; length <= 300; ++length) {
+    const Bytes bytes = randomBytes(length);
+    gchar* expected = g_base64_encode(bytes.data(), length);
+    ASSERT_EQ(base64_encode(bytes.data(), length), expected);
+    ASSERT_EQ(base64_decode(expected), std::string(bytes.begin(), bytes.end()));
+    g_free(expected);
+  }
+  for (char byte = CHAR_MIN; byte < CHAR_MAX; ++byte) {
+    const bool foreign = !g_ascii_isalnum(byte) && byte != '+' && byte != '/';
+    EXPECT_EQ(base64_decode("TWFuTWF"s + byte + "TWFu") == "ManMa", foreign) << byte;
+  }
+  EXPECT_EQ(base64_decode("TW Fu") + base64_decode("T") + base64_decode("=TWFu"), "M");
+}
+
+TEST(StackHelper, PushesDrainsAndPrints) {
+  std::stack<unsigned char> stack;
+  stackHelper::pushData(stack, std::string(258, 'x'), true, true);
+  EXPECT_EQ(stack.size(), 259U);
+  EXPECT_EQ(stackHelper::stackToVector(stack)[0], 2);
+  stackHelper::pushData(stack, Bytes{1, 2, 3}.data(), 3, true);
+  stackHelper::pushData(stack, nullptr, 0, true);
+  stackHelper::pushData(stack, "a\xFF", false, false);
+  EXPECT_EQ(stackHelper::stackToVector(stack), stackHelper::stringToVector("\377a\1\2\3"));
+  stackHelper::pushData(stack, "\nz", true, false);
+  testing::internal::CaptureStdout();
+  std::cout << std::setw(9); // may not disturb
+  vectorHelper::print({0x01, 0x23, 0x45, 0x67, 0x89, 0xAB, 0xCD, 0xEF});
+  std::cout << 26 << std::dec << std::nouppercase << std::setw(9);
+  stackHelper::printStack(stack);
+  std::cout << std::setw(4) << 26;
+  EXPECT_EQ(testing::internal::GetCapturedStdout(),
+            "01-23-45-67-89-AB-CD-EF\n1A0A\n\n-7Az\n\n001A");
+  EXPECT_TRUE(stack.empty());
+}
+
+static bool bit(const Bytes& bytes, std::size_t i) {
+  return i / 8 < bytes.size() && (bytes[i / 8] >> i % 8 & 1) != 0;
+}
+
+TEST(BitArray, EveryOperationKeepsEveryBit) {
+  BitArray array(1);
+  for (int step = 0; step < 20000; ++step) {
+    const Bytes old = array.getData();
+    const std::size_t size = array.getSize(), index = engine() % size, action = engine() % 6;
+    const std::size_t newSize = 1 + engine() % 200;
+    const bool flag = engine() % 2 != 0;
+    const Bytes source = randomBytes(1 + (flag ? old.size() : 1 + engine() % 20));
+    BitArray other = array.clone();
+    other.inverse(index);
+    const std::function<void()> actions[] = {
+        [&] { array.set(index, flag); },
+        [&] { array.inverse(index); },
+        [&] { array.inverseAll(); },
+        [&] { array.resize(newSize, flag); },
+        [&] { array.fillData(source.data(), 1, source.size() - 1, true); },
+        [&] { array = array.xorOperation(other); }};
+    actions[action]();
+    const Bytes& data = array.getData();
+    ASSERT_EQ(data.size(), (array.getSize() + 7) / 8);
+    for (std::size_t i = 0; i < 8 * data.size(); ++i) {
+      const bool was = bit(old, i);
+      const bool expected[] = {i == index ? flag : was,
+                               was != (i == index),
+                               i < size && !was,
+                               was && (newSize == size || (flag && i < std::min(size, newSize))),
+                               bit(source, i + 8),
+                               i == index};
+      ASSERT_EQ(bit(data, i), expected[action]) << "action " << action << ", bit " << i;
+    }
+    ASSERT_EQ(array[array.getSize() - 1], bit(data, array.getSize() - 1));
+    ASSERT_EQ(array.hasAnyTrue(), data != Bytes(data.size()));
+  }
+  array.clear();
+  EXPECT_FALSE(array.hasAnyTrue());
+}
+
+TEST(BitArray, ThrowsAndChangesNothing) {
+  const Bytes bytes(3, 0xFF);
+  BitArray array(10);
+  array.fillData(bytes.data(), 0, 2, false);
+  const auto index = "Index out of range";
+  expectThrow<std::out_of_range>(index, [&] { array.get(10); });
+  expectThrow<std::out_of_range>(index, [&] { array.set(10, false); });
+  expectThrow<std::out_of_range>(index, [&] { array.inverse(SIZE_MAX); });
+  expectThrow<std::invalid_argument>("BitArrays must have the same size for XOR operation",
+                                     [&] { array.xorWith(BitArray(9)); });
+  expectThrow<std::runtime_error>("BitArray::fillData: Incorrect size",
+                                  [&] { array.fillData(bytes.data(), 0, 3, false); });
+  EXPECT_THROW(array.fillData(bytes.data(), 0, SIZE_MAX / 8 + 1, true), std::length_error);
+  EXPECT_TRUE(array.getSize() == 10 && array.getData() == Bytes(2, 0xFF));
+}
+
+TEST(BitArray, FillsFromItselfAndFromNothing) {
+  BitArray array(24);
+  array.set(17, true);
+  array.fillData(array.getData().data(), 2, 1, true);
+  EXPECT_EQ(array.getData(), Bytes{2});
+  const BitArray moved = std::move(array);
+  EXPECT_THROW(array.get(0), std::out_of_range);
+  (array = moved).fillData(nullptr, 5, 0, true);
+  EXPECT_EQ(array.getSize() + array.getData().size(), 0U);
+}
+
+TEST(RecentCollection, KeepsTheNewestAtTheBack) {
+  const std::tuple<const char*, unsigned int, const char*, const char*, const char*> rows[] = {
+      {"drops the oldest", 3, "a;b;c", "d", "b;c;d"},
+      {"drops one only", 2, "x;y;z;w", "v", "y;z;w;v"},
+      {"drops for the newest too", 2, "x;y;z;w", "w", "y;z;w"},
+      {"keeps the older twin", 9, "a;b;a", "a", "a;b;a"},
+      {"moves the first of two", 9, "a;b;a;c", "a", "b;a;c;a"},
+      {"holds nothing", 0, "", "a", ""},
+      {"no separator after empty", 9, ";;a;;b", "c;d", "a;;b;c;d"}};
+  for (const auto& [name, maxCount, start, item, expected] : rows) {
+    RecentCollection recent(maxCount);
+    int changes = 0;
+    recent.signalChanged.connect([&changes] { ++changes; });
+    recent.deserialize(start);
+    EXPECT_TRUE(recent.tryAdd(item) && changes == 2) << name;
+    EXPECT_EQ(recent.serialize(), expected) << name;
+  }
+}
+
+struct Distinct : RecentCollection {
+  using RecentCollection::RecentCollection;
+  bool _canAdd(const std::string& item) override { return item != getLast(); }
+};
+
+TEST(RecentCollection, AsksBeforeEachEntryAndTakesItsOwn) {
+  const std::string name(100, 'n');
+  Distinct recent(3);
+  recent.tryAdd(";" + name + ";" + name + ";b;c");
+  recent.deserialize(recent.getCollection()[0]);
+  recent.tryAdd(recent.getCollection()[0]);
+  EXPECT_EQ(recent.getCollection(), (std::vector<std::string>{"b", "c", name}));
+  recent.signalChanged.connect([] { FAIL() << "refused, but announced"; });
+  EXPECT_FALSE(recent.tryAdd(name));
+}
