@@ -1,11 +1,13 @@
 #include "qiv/log.h"
 
-#include "log/local_time.h"
 #include "qiv/text.h"
 #include "text/checked_text.h"
 
+#include <ctime>
 #include <iomanip>
+#include <mutex>
 #include <sstream>
+#include <stdexcept>
 
 namespace Qiv {
 
@@ -15,6 +17,17 @@ namespace {
 
 unsigned long nanoseconds(const Clock::time_point& time) {
   return static_cast<unsigned long>(std::chrono::nanoseconds(time.time_since_epoch()).count());
+}
+
+/// As localtime notices a changed time zone, which localtime_r alone does not.
+std::tm localTime(std::time_t seconds) {
+  static std::mutex mutex; // the C library's own lock is hidden from race detectors
+  const std::lock_guard lock(mutex);
+  tzset();
+  std::tm local;
+  if (!localtime_r(&seconds, &local))
+    throw std::out_of_range("DateTimeHelper: The calendar cannot hold this time");
+  return local;
 }
 
 } // namespace
@@ -27,7 +40,7 @@ long DateTimeHelper::getTimeNowSniceEpochMs() {
 std::string DateTimeHelper::getDisplayTimeString(long seconds, const char* format) {
   if (seconds == 0)
     return {};
-  const std::tm local = internal::localTime(seconds);
+  const std::tm local = localTime(seconds);
   std::ostringstream text;
   text.exceptions(std::ios_base::badbit);
   text << std::put_time(&local, internal::checkedText(format));

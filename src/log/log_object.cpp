@@ -1,12 +1,12 @@
 #include "qiv/log.h"
 
-#include "log/local_time.h"
 #include "qiv/files.h"
 #include "qiv/text.h"
 #include "qiv/xml.h"
 
 #include <algorithm>
 #include <chrono>
+#include <ctime>
 #include <giomm/file.h>
 #include <giomm/init.h>
 #include <string_view>
@@ -43,7 +43,9 @@ const char* cssClass(const std::string& type) {
 }
 
 std::string formatLocalTime(Clock::time_point time, const char* format) {
-  const std::tm local = Qiv::internal::localTime(Clock::to_time_t(time));
+  const std::time_t seconds = Clock::to_time_t(time);
+  std::tm local{};
+  localtime_r(&seconds, &local);
   char text[100];
   return {text, std::strftime(text, sizeof text, format, &local)};
 }
