@@ -19,7 +19,7 @@ struct Netreport : testing::Test {
 
   cross::Popen run(const std::string& arguments) {
     return cross::Popen(("cd " + dir.getPath() +
-                         "; HOME=$PWD PATH=$PWD:$PATH timeout -s INT 3 " NETREPORT " " + arguments +
+                         "; HOME=$PWD PATH=$PWD:$PATH timeout -s INT 8 " NETREPORT " " + arguments +
                          " 2>err")
                             .c_str());
   }
@@ -66,7 +66,7 @@ TEST_F(Netreport, ExitStatusTellsWhatFailed) {
 }
 
 TEST_F(Netreport, WatchesUntilInterrupted) {
-  const cross::Popen watched = run("--watch --lang en & sleep 1; "
+  const cross::Popen watched = run("--watch --lang en & sleep 4; "
                                    "sed -i s/10.0.0.5/10.9.9.9/ a; wait");
   EXPECT_NE(watched.output.find("Running for 00:00:01"), std::string::npos) << errors();
   EXPECT_NE(watched.output.find("10.9.9.9"), std::string::npos);
