@@ -142,7 +142,7 @@ TEST(NumericRange, IsReadAndWritten) {
 
 TEST(ApproximateLogic, ComparesWithinEitherBound) {
   EXPECT_TRUE(ApproximateLogic::equals(-1, -2, {0.5, 0}));
-  EXPECT_TRUE(ApproximateLogic::equals(2, 1, {0.5, 0}));
+  EXPECT_TRUE(ApproximateLogic::equals(2, 1, {0.5, 0}) && ApproximateLogic::equals(2, 1, {0, 1}));
   EXPECT_TRUE(ApproximateLogic::equals(-INFINITY, -INFINITY, {-1, -1}));
   EXPECT_FALSE(ApproximateLogic::equals(1e6, 1e6 + 2, {1e-6, 1}));
   EXPECT_FALSE(ApproximateLogic::equals(INFINITY, 1e308, {INFINITY, INFINITY}));
@@ -150,9 +150,12 @@ TEST(ApproximateLogic, ComparesWithinEitherBound) {
   EXPECT_TRUE(ApproximateLogic::contains(10.0000001, {0, 10, 0}, {0, 1e-6}));
   EXPECT_FALSE(ApproximateLogic::contains(-0.1, {0, 10, 0}, {0, 1e-6}));
   EXPECT_TRUE(ApproximateLogic::contains(NAN, {0, 10, 0}, {}));
+  EXPECT_EQ(NumericRange::And({0, 10, 0.5}, {5, 20, 0.1}), NumericRange(5, 10, 0.5));
+  EXPECT_EQ(NumericRange::And({2, 3, 0}, {0, 1, 4}), NumericRange(2, 1, 4));
+  EXPECT_EQ(NumericRange::And({1, 2, 3}, {NAN, NAN, NAN}), NumericRange(1, 2, 3));
 }
 
-TEST(NumericRange, LimitsValues) {
+TEST(ApproximateLogic, LimitsValues) {
   const std::tuple<double, const char*, double> rows[] = {
       {2.6, "-inf;inf;1", 3}, {12, "-inf;10;0", 10},     {1, "2;inf;0", 2},
       {5, "2;1;0", NAN},      {11, "0;10;3", 9},         {-2.5, "-9;9;1", -3},
@@ -167,9 +170,6 @@ TEST(NumericRange, LimitsValues) {
   }
   EXPECT_EQ(ApproximateLogic::limitValue(5.4, {1, 10, 3}, {}, true, true), 4);
   EXPECT_EQ(ApproximateLogic::limitValue(2.01, {0, 10, 1}, {0, 0.1}, false, false), 2.01);
-  EXPECT_EQ(NumericRange::And({0, 10, 0.5}, {5, 20, 0.1}), NumericRange(5, 10, 0.5));
-  EXPECT_EQ(NumericRange::And({2, 3, 0}, {0, 1, 4}), NumericRange(2, 1, 4));
-  EXPECT_EQ(NumericRange::And({1, 2, 3}, {NAN, NAN, NAN}), NumericRange(1, 2, 3));
 }
 
 TEST(NullableBool, IsReadAndWritten) {

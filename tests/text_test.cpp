@@ -42,7 +42,7 @@ TEST(StringHelper, SplitsReplacesAndComparesEnds) {
   EXPECT_EQ(StringHelper::split("..a.b.", '.'), (std::vector<std::string>{"", "", "a", "b", ""}));
   EXPECT_EQ(StringHelper::split("", '.'), std::vector<std::string>{""});
   EXPECT_EQ(StringHelper::replaceAll("aba", "a", "aa"), "aabaa");
-  EXPECT_EQ(StringHelper::replaceAll("aaa", "aa", ""), "a");
+  EXPECT_EQ(StringHelper::replaceAll("aaa", "aa", "b"), "ba");
   EXPECT_EQ(StringHelper::replaceAll("abc", "", "x"), "abc");
   EXPECT_TRUE(StringHelper::startsWith("abc", "ab") && StringHelper::endsWith("abc", "bc"));
   EXPECT_TRUE(StringHelper::startsWith("", "") && StringHelper::endsWith("abc", ""));
@@ -138,7 +138,7 @@ TEST(StackHelper, PushesDrainsAndPrints) {
   EXPECT_EQ(stackHelper::stackToVector(stack), stackHelper::stringToVector("\377a\1\2\3"));
   stackHelper::pushData(stack, "\nz", true, false);
   testing::internal::CaptureStdout();
-  std::cout << std::setw(9); // may not disturb
+  std::cout << std::setw(99); // may not disturb
   vectorHelper::print({0x01, 0x23, 0x45, 0x67, 0x89, 0xAB, 0xCD, 0xEF});
   std::cout << 26 << std::dec << std::nouppercase << std::setw(9);
   stackHelper::printStack(stack);
@@ -148,51 +148,38 @@ TEST(StackHelper, PushesDrainsAndPrints) {
   EXPECT_TRUE(stack.empty());
 }
 
-static bool bit(const Bytes& bytes, std::size_t i) {
-  return i / 8 < bytes.size() && (bytes[i / 8] >> i % 8 & 1) != 0;
-}
-
-TEST(BitArray, EveryOperationKeepsEveryBit) {
-  BitArray array(1);
-  for (int step = 0; step < 20000; ++step) {
-    const Bytes old = array.getData();
-    const std::size_t size = array.getSize(), index = engine() % size, action = engine() % 6;
-    const std::size_t newSize = 1 + engine() % 200;
-    const bool flag = engine() % 2 != 0;
-    const Bytes source = randomBytes(1 + (flag ? old.size() : 1 + engine() % 20));
-    BitArray other = array.clone();
-    other.inverse(index);
-    const std::function<void()> actions[] = {
-        [&] { array.set(index, flag); },
-        [&] { array.inverse(index); },
-        [&] { array.inverseAll(); },
-        [&] { array.resize(newSize, flag); },
-        [&] { array.fillData(source.data(), 1, source.size() - 1, true); },
-        [&] { array = array.xorOperation(other); }};
-    actions[action]();
-    const Bytes& data = array.getData();
-    ASSERT_EQ(data.size(), (array.getSize() + 7) / 8);
-    for (std::size_t i = 0; i < 8 * data.size(); ++i) {
-      const bool was = bit(old, i);
-      const bool expected[] = {i == index ? flag : was,
-                               was != (i == index),
-                               i < size && !was,
-                               was && (newSize == size || (flag && i < std::min(size, newSize))),
-                               bit(source, i + 8),
-                               i == index};
-      ASSERT_EQ(bit(data, i), expected[action]) << "action " << action << ", bit " << i;
+TEST(BitArray, AgreesWithVectorOfBool) {
+  for (int round = 0; round < 20000; ++round) {
+    const std::size_t size = 1 + engine() % 99, newSize = engine() % 99, index = engine() % size;
+    BitArray array(size), every3rd(size);
+    std::vector<bool> bits(size);
+    if (round % 2 != 0)
+      array.inverseAll();
+    for (std::size_t i = 0; i < size; ++i) {
+      bits[i] = engine() % 64 == 0;
+      array.set(i, bits[i] != (i % 3 == 0));
+      every3rd.set(i, i % 3 == 0);
     }
-    ASSERT_EQ(array[array.getSize() - 1], bit(data, array.getSize() - 1));
-    ASSERT_EQ(array.hasAnyTrue(), data != Bytes(data.size()));
+    array = array.xorOperation(every3rd);
+    array.inverse(index);
+    bits[index].flip();
+    array.resize(newSize, round % 3 != 0);
+    bits.resize(round % 3 != 0 || newSize == size ? newSize : 0);
+    bits.resize(newSize);
+    Bytes packed((newSize + 7) / 8);
+    for (std::size_t i = 0; i < newSize; ++i) {
+      ASSERT_EQ(array[i], bits[i]);
+      packed[i / 8] |= static_cast<unsigned char>(bits[i] << i % 8);
+    }
+    ASSERT_EQ(array.getData(), packed);
+    ASSERT_EQ(array.hasAnyTrue(), packed != Bytes(packed.size()));
   }
-  array.clear();
-  EXPECT_FALSE(array.hasAnyTrue());
 }
 
-TEST(BitArray, ThrowsAndChangesNothing) {
-  const Bytes bytes(3, 0xFF);
+TEST(BitArray, FillsAndThrows) {
+  const Bytes bytes = {1, 0xFF, 0xFF, 2};
   BitArray array(10);
-  array.fillData(bytes.data(), 0, 2, false);
+  array.fillData(bytes.data(), 1, 2, false);
   const auto index = "Index out of range";
   expectThrow<std::out_of_range>(index, [&] { array.get(10); });
   expectThrow<std::out_of_range>(index, [&] { array.set(10, false); });
@@ -200,20 +187,19 @@ TEST(BitArray, ThrowsAndChangesNothing) {
   expectThrow<std::invalid_argument>("BitArrays must have the same size for XOR operation",
                                      [&] { array.xorWith(BitArray(9)); });
   expectThrow<std::runtime_error>("BitArray::fillData: Incorrect size",
-                                  [&] { array.fillData(bytes.data(), 0, 3, false); });
+                                  [&] { array.fillData(bytes.data(), 0, 1, false); });
   EXPECT_THROW(array.fillData(bytes.data(), 0, SIZE_MAX / 8 + 1, true), std::length_error);
-  EXPECT_TRUE(array.getSize() == 10 && array.getData() == Bytes(2, 0xFF));
-}
-
-TEST(BitArray, FillsFromItselfAndFromNothing) {
-  BitArray array(24);
-  array.set(17, true);
-  array.fillData(array.getData().data(), 2, 1, true);
-  EXPECT_EQ(array.getData(), Bytes{2});
+  EXPECT_TRUE(array.getSize() == 10 && array.getData() == Bytes(2, 0xFF)) << "padding is kept";
+  array.resize(16, true);
+  EXPECT_EQ(array.getData(), (Bytes{0xFF, 3})) << "until the size changes";
+  array.fillData(array.getData().data(), 1, 1, true);
+  EXPECT_TRUE(array.getSize() == 8 && array.getData() == Bytes{3}) << "filled from itself";
   const BitArray moved = std::move(array);
   EXPECT_THROW(array.get(0), std::out_of_range);
   (array = moved).fillData(nullptr, 5, 0, true);
   EXPECT_EQ(array.getSize() + array.getData().size(), 0U);
+  (array = moved).clear();
+  EXPECT_EQ(array.getData(), Bytes{0});
 }
 
 TEST(RecentCollection, KeepsTheNewestAtTheBack) {
