@@ -69,7 +69,7 @@ TEST_F(CrossprocessLockTest, OfAKilledHolderIsTakenOverAfter120SecondsAndNotBefo
 
 TEST_F(CrossprocessLockTest, RemovesItsOwnFileOnlyAndNeedsNoDescriptorForThat) {
   EXPECT_FALSE(CrossprocessLock(std::string("x\0y", 3), 1000).isHeld());
-  inProcesses(1, [this] {
+  inProcesses(1, [file = file] {
     const CrossprocessLock holder("x", 1000);
     const rlimit none{0, 0};
     setrlimit(RLIMIT_NOFILE, &none);
