@@ -124,7 +124,7 @@ TEST(Open, DescriptorsAreNotInheritedAndNoneIsLeft) {
   EXPECT_EQ(cross::exec(inherited), before);
   fclose(cOut);
   fclose(cIn);
-  expectNoDescriptorLeft(200, [&] {
+  expectNoDescriptorLeft(1000, [&] {
     openOutputFileUTF8Name(dir / "b", std::ios::app) << openInputFileUTF8Name(dir / "b", {}).get();
     directory_remove_all(dir / "missing");
     copy_recursive(dir / "a", dir / "a");

@@ -217,7 +217,7 @@ TEST_F(FakeIp, AnswersTheHelperAndLeavesNoDescriptor) {
   EXPECT_TRUE(!bare.hasAddress && bare.hasInterface);
   writeFile(dir / "a", "1: lo: <UP> mtu 1\n    inet 127.0.0.1/8\n");
   EXPECT_EQ(NetworkHelper::getFirstMacAddress(), Mac());
-  expectNoDescriptorLeft(100, [] { getNetworkInterfacesLinux(); });
+  expectNoDescriptorLeft(1000, [] { getNetworkInterfacesLinux(); });
 }
 
 TEST_F(FakeIp, DiagnosesADeadNetwork) {
