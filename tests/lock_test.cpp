@@ -61,7 +61,7 @@ TEST_F(CrossprocessLockTest, OfAKilledHolderIsTakenOverAfter120SecondsAndNotBefo
   auto overtaken = std::make_unique<CrossprocessLock>("x", 1000);
   EXPECT_GT(std::time(nullptr), made + 120);
   setAge(121);
-  const CrossprocessLock next("x", 100000000); // taken over at once, or not in time for this test
+  const CrossprocessLock next("x", 1000000000); // taken over at once, or not in time for this test
   overtaken.reset();
   EXPECT_TRUE(Qiv::fileExist(file)) << "it is the next holder's";
   EXPECT_EQ(cross::exec("ls -l /proc/self/fd").find(folder), std::string::npos) << "inherited";
