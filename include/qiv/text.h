@@ -110,8 +110,8 @@ public:
   /// throws std::invalid_argument.
   bool parse(const std::string& text);
 
-  /// Sets part 0 (major) to 3 (revision); false for any other index. A negative value throws
-  /// std::invalid_argument, whatever the index.
+  /// Sets the item of an index from 0 (major) to 3 (revision); false for any other. A negative
+  /// value throws std::invalid_argument, whatever the index.
   bool _setItem(int index, int value);
 
 private:
