@@ -37,13 +37,6 @@ TEST(ThreadManager, RandomCallsLeadToTheStateTheySay) {
   }
 }
 
-TEST(ThreadHelper, NamesOfUpTo15Bytes) {
-  EXPECT_EQ(Qiv::ThreadHelper::setCurrentThreadName("fifteen-letters"), 0);
-  EXPECT_EQ(Qiv::ThreadHelper::setCurrentThreadName("sixteen--letters"), ERANGE);
-  EXPECT_EQ(Qiv::ThreadHelper::setCurrentThreadName(nullptr), EINVAL);
-  EXPECT_EQ(Qiv::ThreadHelper::getCurrentThreadName(), "fifteen-letters");
-}
-
 // Who takes the event owns the counter until it sets the event again. A set that is lost stops all
 // threads; one that two of them take loses counts.
 TEST(AutoResetEvent, IsTakenOnceForEachOfAMillionSets) {
@@ -129,23 +122,6 @@ TEST(Secundomer, NeverWaitsForTheMainLoop) {
   }).join();
 }
 
-TEST(Secundomer, SlotMayCallAnything) {
-  Watch other;
-  auto watch = std::make_unique<Watch>();
-  watch->signalTimeChanged.connect([&, calls = 0](float) mutable {
-    if (++calls > 1)
-      return;
-    EXPECT_TRUE(watch->reports());
-    watch->stop();
-    watch->start();
-    watch.reset();
-  });
-  watch->start();
-  other.start();
-  while (other.reports() && watch)
-    continue;
-}
-
 using Signal = sigc::signal<void>;
 using Hook = std::function<void()>;
 
@@ -197,17 +173,6 @@ TEST(PointerNamedConnectionsDispatcher, KeepsNamesAndObjectsApart) {
   EXPECT_EQ(signal.size(), 3);
   connections.disconnectObject(&signal);
   EXPECT_EQ(signal.size(), 1);
-}
-
-TEST(DebugManager, TellsOfChangesOnly) {
-  std::string events;
-  Qiv::DebugManager::signalEnabledChanged.connect([&](bool on) { events += on ? "E" : "e"; });
-  Qiv::DebugManager::signalSetupChanged.connect([&](bool on) { events += on ? "S" : "s"; });
-  for (const bool value : {false, true, true, false})
-    Qiv::DebugManager::setIsEnabled(value);
-  Qiv::DebugManager::setSetup(true);
-  EXPECT_EQ(events, "EeS");
-  EXPECT_TRUE(Qiv::DebugManager::getSetup() && !Qiv::DebugManager::getIsEnabled());
 }
 
 // The writing end stays open: a reading end that blocks would wait for more after whole chunks.

@@ -45,14 +45,6 @@ TEST(ObjectError, NullMessageThrows) {
     }
 }
 
-TEST(Result, ComparesErrorsByIdentity) {
-  const auto a = error("a");
-  EXPECT_TRUE(Result(true) == Result(nullptr) && Result(false) == Result(false));
-  EXPECT_TRUE(Result(a) == Result(a) && Result(a) != Result(error("a")));
-  EXPECT_FALSE(Result(true).hasDefinedError() || Result(false) || Result(false).hasDefinedError());
-  EXPECT_FALSE(Result(std::make_shared<FunctionError>()).hasDefinedError()) << "known by its type";
-}
-
 TEST(ResultHelper, CombinesFailuresInOrder) {
   const auto a = error("a");
   EXPECT_TRUE(ResultHelper::combineResults({true, true}));

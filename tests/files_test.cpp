@@ -62,20 +62,6 @@ TEST(Process, SpawnSyncThrowsWhatStandardErrorSays) {
             "<sh -c 'echo o; echo e >&2; exit 2'>\n512 <err:e\n>\n<out:o\n>\n");
 }
 
-TEST(Path, SplitsAtBothSeparators) {
-  const std::array<const char*, 5> rows[] = {{"C:\\a\\b.txt", "b.txt", "b", "C:\\a", "C:\\a\\b"},
-                                             {"/a/b.tar.gz", "b.tar.gz", "b.tar", "/a", "/a/b.tar"},
-                                             {"b", "b", "b", "", "b"},
-                                             {"/a.d/b", "b", "b", "/a.d", "/a"},
-                                             {"/a\\b/", "", "", "/a\\b", "/a\\b/"}};
-  for (const auto& [path, fileName, bareName, directory, withoutExtension] : rows) {
-    EXPECT_EQ(getPathFileName(path), fileName) << path;
-    EXPECT_EQ(getPathFileNameWithoutExtension(path), bareName) << path;
-    EXPECT_EQ(getPathDirectory(path), directory) << path;
-    EXPECT_EQ(getPathWithoutExtension(path), withoutExtension) << path;
-  }
-}
-
 TEST(Open, FollowsTheStandardsModes) {
   const TempDir dir;
   const std::string path = dir / "файл";

@@ -127,27 +127,6 @@ TEST(Base64, AgreesWithGLib) {
   EXPECT_EQ(base64_decode("TW Fu") + base64_decode("T") + base64_decode("=TWFu"), "M");
 }
 
-TEST(StackHelper, PushesDrainsAndPrints) {
-  std::stack<unsigned char> stack;
-  stackHelper::pushData(stack, std::string(258, 'x'), true, true);
-  EXPECT_EQ(stack.size(), 259U);
-  EXPECT_EQ(stackHelper::stackToVector(stack)[0], 2);
-  stackHelper::pushData(stack, Bytes{1, 2, 3}.data(), 3, true);
-  stackHelper::pushData(stack, nullptr, 0, true);
-  stackHelper::pushData(stack, "a\xFF", false, false);
-  EXPECT_EQ(stackHelper::stackToVector(stack), stackHelper::stringToVector("\377a\1\2\3"));
-  stackHelper::pushData(stack, "\nz", true, false);
-  testing::internal::CaptureStdout();
-  std::cout << std::setw(99); // may not disturb
-  vectorHelper::print({0x01, 0x23, 0x45, 0x67, 0x89, 0xAB, 0xCD, 0xEF});
-  std::cout << 26 << std::dec << std::nouppercase << std::setw(9);
-  stackHelper::printStack(stack);
-  std::cout << std::setw(4) << 26;
-  EXPECT_EQ(testing::internal::GetCapturedStdout(),
-            "01-23-45-67-89-AB-CD-EF\n1A0A\n\n-7Az\n\n001A");
-  EXPECT_TRUE(stack.empty());
-}
-
 TEST(BitArray, AgreesWithVectorOfBool) {
   for (int round = 0; round < 20000; ++round) {
     const std::size_t size = 1 + engine() % 99, newSize = engine() % 99, index = engine() % size;
