@@ -1,0 +1,3 @@
+#include "bench.h"
+
+void bench::addNumeric() {}
