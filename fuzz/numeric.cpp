@@ -1,0 +1,59 @@
+#include "fuzz.h"
+
+#include "qiv/numeric.h"
+#include "qiv/text.h"
+
+#include <cmath>
+#include <set>
+#include <sstream>
+
+using namespace Qiv;
+
+template <typename T>
+static bool streamReads(const std::string& text, T& out) {
+  static std::istringstream in; // making one takes longer than reading
+  in.clear();
+  in.str(text);
+  return in >> out && in.eof();
+}
+
+/// What a stream reads, or a special name, which the C library knows as well.
+static bool isNumber(const std::string& text, double& out) {
+  if (text.find_first_not_of("-infatyINFATY") != std::string::npos)
+    return streamReads(text, out);
+  char* end;
+  out = std::strtod(text.c_str(), &end);
+  return end != text.c_str() && *end == '\0';
+}
+
+static bool tryNumber(const std::string& text) {
+  double expected, number;
+  const bool valid = isNumber(text, expected);
+  AGREE(valid == (tryConvert<double, true>(text, number)));
+  AGREE(!valid || number == expected || (std::isnan(number) && std::isnan(expected)));
+  const bool incomplete = text.empty() || text == "." || text == "-";
+  AGREE(NumericHelper::isNumericInput(text) == (valid || incomplete));
+  int expectedInteger, integer;
+  const bool isInteger = streamReads(text, expectedInteger);
+  AGREE(isInteger == (tryConvert<int, true>(text, integer)));
+  AGREE(!isInteger || integer == expectedInteger);
+  return valid;
+}
+
+void tryText(const std::string& text) {
+  bool valid = true;
+  const auto fields = StringHelper::split(text, ';');
+  for (const std::string& field : fields)
+    valid = tryNumber(field) && valid;
+  NumericRange range(1, 2, 3);
+  AGREE(NumericRangeTypeConverter::fromStringData(text, range) == (valid && fields.size() == 3));
+  const std::string written = NumericRangeTypeConverter::toStringData(range);
+  // The largest numbers are rounded to one beyond them.
+  AGREE(!NumericRangeTypeConverter::fromStringData(written, range) ||
+        NumericRangeTypeConverter::toStringData(range) == written);
+  static const std::set<std::string> names = {"", "0", "1", "true", "True", "false", "False"};
+  NullableBool value;
+  std::istringstream in(text);
+  value << in;
+  AGREE(in.bad() == (names.count(text) == 0));
+}

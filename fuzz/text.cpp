@@ -1,0 +1,52 @@
+#include "fuzz.h"
+
+#include "qiv/numeric.h"
+#include "qiv/text.h"
+
+#include <algorithm>
+#include <glibmm/base64.h>
+#include <stdexcept>
+
+using namespace Qiv;
+
+constexpr auto base64Alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
+static void tryVersion(const std::string& text) try {
+  const auto pieces = StringHelper::split(text, '.');
+  bool valid = pieces.size() >= 2 && pieces.size() <= 4;
+  std::string numbers;
+  for (const std::string& piece : pieces) {
+    int number = 0;
+    valid = tryConvert<int, true>(piece, number) && valid;
+    numbers += std::to_string(number) + ".";
+  }
+  AGREE(Version(text).to_string() + "." == (valid ? numbers : "0.0.0.0."));
+} catch (const std::invalid_argument&) {
+  AGREE(text.find('-') != std::string::npos);
+}
+
+static void tryBase64(const std::string& text) {
+  const std::string encoded = Glib::Base64::encode(text);
+  const auto* const bytes = reinterpret_cast<const unsigned char*>(text.data());
+  AGREE(base64_encode(bytes, static_cast<unsigned int>(text.size())) == encoded);
+  AGREE(base64_decode(encoded) == text);
+  // GLib passes over foreign bytes, where we end, and wants padding.
+  std::string known = text.substr(0, text.find_first_not_of(base64Alphabet));
+  known.resize(known.size() - (known.size() % 4 == 1));
+  AGREE(base64_decode(text) == Glib::Base64::decode(known.append(-known.size() % 4, '=')));
+}
+
+void tryText(const std::string& text) {
+  tryVersion(text);
+  tryBase64(text);
+  const std::string part = text.substr(0, 2);
+  std::string joined;
+  for (const std::string& piece : StringHelper::split(text, ';'))
+    joined += piece + part;
+  AGREE(joined == StringHelper::replaceAll(text, ";", part) + part);
+  RecentCollection recent(3);
+  recent.deserialize(text);
+  AGREE(recent.serialize() == text.substr(std::min(text.find_first_not_of(';'), text.size())));
+  recent.tryAdd(part);
+  AGREE(recent.getLast() == part);
+}
