@@ -57,6 +57,7 @@ public:
 
   /// Lets the worker wait before its next round. Without a worker, holds for the next one.
   void pause();
+  /// Lets a paused worker go on, and undoes a pause that holds for the next one.
   void resume();
 
   /// Ends the worker and waits for that. A paused worker does one more round. Without a worker,
@@ -73,11 +74,13 @@ private:
   std::atomic<bool> stopRequested{false}; ///< written under the mutex
 };
 
+/// The calling thread's name, at most 15 bytes.
 class QIV_API ThreadHelper {
 public:
   /// Names the calling thread for debuggers and tools. Returns 0, or an error number when nothing
   /// changed: ERANGE for a name of more than 15 bytes, EINVAL for a null one.
   static int setCurrentThreadName(const char* name);
+  /// The process's name in a thread that was given none.
   static std::string getCurrentThreadName();
 };
 
@@ -85,7 +88,8 @@ public:
 // Synchronisation
 // ---------------------------------------------------------------------------------------------
 
-/// A signal that the first waiter takes. Setting it again before that changes nothing.
+/// A signal that the first waiter takes. Setting it again before that changes nothing. Any number
+/// of threads may use it; none may still wait when it is destroyed.
 class QIV_API AutoResetEvent {
 public:
   AutoResetEvent() = default;
@@ -94,9 +98,12 @@ public:
   AutoResetEvent(const AutoResetEvent&) = delete;
   AutoResetEvent& operator=(const AutoResetEvent&) = delete;
 
+  /// Looks without taking.
   bool isSet() const;
 
+  /// Sets the event, and wakes one waiter.
   void set();
+  /// Takes the event back, if no waiter has it yet.
   void reset();
 
   /// Waits until the event is set, and clears it.
@@ -133,6 +140,7 @@ public:
   CrossprocessLock(const CrossprocessLock&) = delete;
   CrossprocessLock& operator=(const CrossprocessLock&) = delete;
 
+  /// False when the lock's file could not be created. Does not tell of a take-over.
   bool isHeld() const { return fd != -1; }
 
 private:
@@ -150,14 +158,15 @@ private:
 ///
 /// Every public member belongs to that thread. No call waits for the main loop, unless emissions of
 /// other dispatchers fill the pipe that glibmm keeps for the thread. A slot may call anything,
-/// destruction included. From start to stop a thread keeps a processor core busy;
-/// the total is a float that loses precision over long runs.
+/// destruction included. From start to stop a thread keeps a processor core busy; the total is a
+/// float that loses precision over long runs.
 class QIV_API Secundomer {
 public:
   /// The elapsed seconds, about every 0.1 ms while the stopwatch runs. A main loop that cannot keep
   /// up gets fewer emissions; each carries the time as it is then.
   sigc::signal<void, float> signalTimeChanged;
 
+  /// Stopped, at 0. The thread that constructs it is the one that it reports to.
   Secundomer();
   /// Stops and waits for the thread. Nothing is emitted any more.
   ~Secundomer();
@@ -204,7 +213,8 @@ private:
 ///     connections.disconnect(&model); // or destroy `connections`
 ///
 /// Objects are only told apart by their address and may be gone already. Cutting a connection
-/// destroys its slot; whatever that does to the dispatcher is harmless.
+/// destroys its slot; whatever that does to the dispatcher is harmless. A dispatcher belongs to the
+/// thread of its signals.
 class QIV_API PointerConnectionsDispatcher {
 public:
   PointerConnectionsDispatcher() = default;
@@ -219,13 +229,14 @@ public:
   void connect(const void* object, const sigc::connection& connection);
   /// Nothing happens for an unknown object.
   void disconnect(const void* object);
+  /// Cuts what is connected at the moment of the call.
   void disconnectAll();
 
 private:
   std::map<const void*, sigc::connection> connections;
 };
 
-/// The same with one connection for each object and name.
+/// The same with one connection for each object and name. Names are compared byte by byte.
 class QIV_API PointerNamedConnectionsDispatcher {
 public:
   PointerNamedConnectionsDispatcher() = default;
@@ -236,10 +247,13 @@ public:
   PointerNamedConnectionsDispatcher(const PointerNamedConnectionsDispatcher&) = delete;
   PointerNamedConnectionsDispatcher& operator=(const PointerNamedConnectionsDispatcher&) = delete;
 
+  /// Takes the place of the connection of that object and name, which is cut.
   void connect(const void* object, const std::string& name, const sigc::connection& connection);
+  /// Nothing happens for an unknown object or name.
   void disconnect(const void* object, const std::string& name);
   /// Cuts all connections of an object.
   void disconnectObject(const void* object);
+  /// Cuts what is connected at the moment of the call.
   void disconnectAll();
 
 private:
@@ -250,18 +264,28 @@ private:
 // Diagnostics
 // ---------------------------------------------------------------------------------------------
 
-/// Two switches of the process, both off at first: debugging aids and setup mode. The signals carry
-/// the new value, and only when it changed.
+/// Two switches of the process, both off at first: debugging aids and setup mode. They and their
+/// signals belong to one thread, normally the one of the user interface.
 class QIV_API DebugManager {
 public:
+  /// Emitted with the new value, in the setter, and only when it changed. They are destroyed when
+  /// the process exits.
+  /// @{
   static sigc::signal<void, bool> signalEnabledChanged;
   static sigc::signal<void, bool> signalSetupChanged;
+  /// @}
 
+  /// True when the switch is on.
+  /// @{
   static bool getIsEnabled();
   static bool getSetup();
+  /// @}
 
+  /// Turn a switch on or off.
+  /// @{
   static void setIsEnabled(bool value);
   static void setSetup(bool value);
+  /// @}
 
 private:
   static bool _enabled;
@@ -281,6 +305,7 @@ private:
 /// capture may be active in a process. Without descriptors to spare nothing is captured.
 class QIV_API StdOutCapture {
 public:
+  /// Remembers the outputs of the process, to which endCapture() returns.
   StdOutCapture();
   /// Ends a capture that is active.
   ~StdOutCapture();
@@ -289,8 +314,8 @@ public:
   StdOutCapture(const StdOutCapture&) = delete;
   StdOutCapture& operator=(const StdOutCapture&) = delete;
 
-  /// The text of the last capture that ended, without the line ends ("\r", "\n") at its end. A text
-  /// of nothing but line ends is whole.
+  /// The text of the last capture that ended, without the line ends (`"\r"`, `"\n"`) at its end. A
+  /// text of nothing but line ends is whole.
   std::string getCapture() const;
 
   /// Ends a capture that is active first.
@@ -307,9 +332,10 @@ private:
   std::string captured;
 };
 
+/// Readable names of types. Safe to call from any thread.
 class QIV_API TypeHelper {
 public:
-  /// "Qiv::Secundomer". Throws std::logic_error for a name that the compiler did not make.
+  /// As in "Qiv::Secundomer". Throws std::logic_error for a name that the compiler did not make.
   static std::string getTypeName(const std::type_info& type);
   /// Without the namespaces before the name; template arguments keep theirs:
   /// "vector<Qiv::Version, std::allocator<Qiv::Version> >".

@@ -25,14 +25,16 @@
 
 namespace lng {
 
-/// Language of every message produced from now on: 0 English, 1 Russian (the initial value).
-/// Other values are not supported. The library only reads it.
+/// Language of every message of the process produced from now on: 0 English, 1 Russian (the initial
+/// value). Other values are not supported. The library only reads it, without a lock: set it before
+/// threads that produce messages start.
 extern QIV_API unsigned char language;
 
 /// Words that several families share. The texts are UTF-8 literals that live as long as the
 /// process.
 class QIV_API Common {
 public:
+  /// "error" or "ошибка".
   static const char* error() {
     static const char* const ar[] = {"error", "ошибка"};
     return ar[language];
@@ -43,11 +45,16 @@ public:
 
 namespace Qiv {
 
-/// Root of the error classes: a message and the inner errors, both fixed at construction.
+/// Root of the error classes: a message and the inner errors, both fixed at construction. Any
+/// thread may read an error object, and any number of results and errors may share it.
 class QIV_API ObjectError {
 public:
+  /// Copies the list, not the errors in it. None of them may be null: the display text does not
+  /// look for that.
+  /// @{
   ObjectError();
   explicit ObjectError(const std::vector<std::shared_ptr<ObjectError>>& innerErrors);
+  /// @}
   virtual ~ObjectError();
 
   /// Error objects are shared, never copied.
@@ -57,6 +64,8 @@ public:
   /// The message, "?" where the class has none. The pointer is valid as long as the object lives.
   virtual const char* getMessage() const;
 
+  /// The causes, in the order given at construction. The reference is valid as long as the object
+  /// lives.
   const std::vector<std::shared_ptr<ObjectError>>& getInnerErrors() const { return innerErrors; }
 
 private:
@@ -67,14 +76,17 @@ private:
 class QIV_API LogicError : public ObjectError {
 public:
   /// Both copy the message. A null message throws std::logic_error.
+  /// @{
   LogicError(const std::string& message,
              const std::vector<std::shared_ptr<ObjectError>>& innerErrors);
   LogicError(const char* message, const std::vector<std::shared_ptr<ObjectError>>& innerErrors);
+  /// @}
   ~LogicError() override;
 
+  /// A new error with these causes.
   static std::shared_ptr<ObjectError>
   create(const std::string& message, const std::vector<std::shared_ptr<ObjectError>>& innerErrors);
-  /// An empty `innerError` gives an error without causes.
+  /// A new error with this cause, without causes when `innerError` is empty.
   static std::shared_ptr<ObjectError> create(const std::string& message,
                                              const std::shared_ptr<ObjectError>& innerError);
 
@@ -84,20 +96,24 @@ private:
   const std::string message;
 };
 
-/// A caught exception with a message of its own; the exception object is shared with the caller.
+/// A caught exception with a message of its own. The exception object is shared with the caller;
+/// threads that share the error read it at once.
 class QIV_API ExceptionError : public ObjectError {
 public:
-  /// Both copy the message. A null message throws std::logic_error.
+  /// Both copy the message and share the exception. A null message throws std::logic_error.
+  /// @{
   ExceptionError(const std::string& message, std::shared_ptr<std::exception>& exception,
                  const std::vector<std::shared_ptr<ObjectError>>& innerErrors);
   ExceptionError(const char* message, std::shared_ptr<std::exception>& exception,
                  const std::vector<std::shared_ptr<ObjectError>>& innerErrors);
+  /// @}
   ~ExceptionError() override;
 
+  /// A new error with these causes.
   static std::shared_ptr<ObjectError>
   create(const std::string& message, std::shared_ptr<std::exception>& exception,
          const std::vector<std::shared_ptr<ObjectError>>& innerErrors);
-  /// An empty `innerError` gives an error without causes.
+  /// A new error with this cause, without causes when `innerError` is empty.
   static std::shared_ptr<ObjectError> create(const std::string& message,
                                              std::shared_ptr<std::exception>& exception,
                                              const std::shared_ptr<ObjectError>& innerError);
@@ -116,9 +132,11 @@ private:
 /// text shows the grouped errors in its place.
 class QIV_API CombineError : public ObjectError {
 public:
+  /// Groups the errors in their order.
   explicit CombineError(const std::vector<std::shared_ptr<ObjectError>>& innerErrors);
   ~CombineError() override;
 
+  /// A new group of the errors. ResultHelper::combineResults makes one of results.
   static std::shared_ptr<ObjectError>
   create(const std::vector<std::shared_ptr<ObjectError>>& innerErrors);
 
@@ -137,7 +155,8 @@ public:
   const char* getMessage() const override;
 };
 
-/// What an operation returns: success, or failure with an error. Copies share the error.
+/// What an operation returns: success, or failure with an error. Copies share the error and may go
+/// to other threads; a Result itself belongs to one thread at a time.
 class QIV_API Result {
 public:
   /// `false` is a failure without details: its error is FunctionError::get().
@@ -148,23 +167,32 @@ public:
   template <typename T>
   Result(T*) = delete;
 
+  /// Empty for a success. What is assigned to it becomes the result's error.
+  /// @{
   std::shared_ptr<ObjectError>& getError() { return error; }
   const std::shared_ptr<ObjectError>& getError() const { return error; }
+  /// @}
 
+  /// True for a success.
+  /// @{
   bool isValid() const { return !error; }
   operator bool() const { return isValid(); }
+  /// @}
 
   /// True for a failure that says more than Result(false) does.
   bool hasDefinedError() const;
 
   /// Compares error objects by identity: two failures of the same text are not equal.
+  /// @{
   bool operator==(const Result& other) const { return error == other.error; }
   bool operator!=(const Result& other) const { return !(*this == other); }
+  /// @}
 
 private:
   std::shared_ptr<ObjectError> error;
 };
 
+/// Many results as one. Safe to call from any thread.
 class QIV_API ResultHelper {
 public:
   /// Success when every result is valid (or there is none), otherwise one CombineError of all the
@@ -172,11 +200,12 @@ public:
   static Result combineResults(const std::vector<Result>& results);
 };
 
+/// Errors as text. Safe to call from any thread.
 class QIV_API ObjectErrorHelper {
 public:
   /// The text shown to the user: a line for each error, inner errors indented below as "* " items,
   /// no line feed at the end. Groups show their members in their place, without a line break before
-  /// them; FunctionError is left out. Pass level 0 for a top-level list.
+  /// them; FunctionError is left out. Pass level 0 for a top-level list. No error may be null.
   static std::string toDisplayString(const std::vector<std::shared_ptr<ObjectError>>& errors,
                                      int level);
 };

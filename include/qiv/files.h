@@ -33,15 +33,16 @@ namespace cross {
 /// unset; so do the functions below that need it.
 QIV_API const std::string& getHomeDir();
 
-/// Home + ".cache/".
+/// Home + ".cache/", wherever XDG_CACHE_HOME points. The pointer is valid until the next call.
 QIV_API const char* getAppCacheDir();
 
 /// The documents folder of the user-dirs file, which must be written there as "$HOME/...". For any
 /// other entry, and without one, the last answer again: empty at first. Without an entry, or for
-/// "$HOME/" itself, it also makes the folder "Documents/" in the home folder.
+/// "$HOME/" itself, it also makes the folder "Documents/" in the home folder. The pointer is valid
+/// until the next call.
 QIV_API const char* getDocDir();
 
-/// The folder of the running executable; empty when it cannot be found.
+/// The folder of the running executable; empty when it cannot be found. The pointer stays valid.
 QIV_API const char* getExeDir();
 
 /// A developer's check that prints directories and the locale to standard output and opens
@@ -51,26 +52,29 @@ QIV_API void dirs_test();
 /// Not used by the library.
 extern QIV_API char argV_;
 
-/// What stat says of a path. A path that cannot be examined has st_dev -1 and st_size 0.
+/// What stat says of a path, at the moment of construction.
 struct QIV_API FileInfo {
+  /// Links are followed.
   explicit FileInfo(const char* path);
 
-  struct stat st;
+  struct stat st; ///< st_dev is -1 and st_size 0 for a path that cannot be examined
 };
 
 /// A developer's listing of a folder on standard output, which enters only the first sub-folder.
 /// Returns 0, or -1 when the folder cannot be opened.
 QIV_API int ls(const char* path);
 
-/// Standard output of a shell command, less one "\n" at its end. Standard error is the caller's
-/// own, the exit status is ignored; a command that cannot be started gives the empty string.
+/// Standard output of a shell command, less one line feed at its end. Standard error is the
+/// caller's own, the exit status is ignored; a command that cannot be started gives the empty
+/// string.
 QIV_API std::string exec(const char* command);
 
 /// Standard output of a shell command, byte for byte; otherwise as exec.
 QIV_API std::string execPipe(const char* command);
 
-/// Runs a shell command to its end, in the constructor.
+/// What a shell command printed, and how it ended.
 struct QIV_API Popen {
+  /// Runs the command to its end.
   explicit Popen(const char* command);
 
   FILE* stream;       ///< null when no pipe could be opened; otherwise already closed
@@ -88,10 +92,12 @@ namespace Qiv {
 // ---------------------------------------------------------------------------------------------
 
 /// cross::getExeDir(), cross::getAppCacheDir() + "QivCross/" and cross::getDocDir() + "QivCross/".
-/// The folders are not created.
+/// The folders are not created. Throw as those do; the last two may not overlap calls of theirs.
+/// @{
 QIV_API std::string getQivCrossExeDir();
 QIV_API std::string getQivCrossAppCacheDir();
 QIV_API std::string getQivCrossDocDir();
+/// @}
 
 /// "Themes/" beside the executable.
 QIV_API std::string getThemesDir();
@@ -148,12 +154,16 @@ QIV_API std::string getPathWithoutExtension(const std::string& path);
 // ---------------------------------------------------------------------------------------------
 
 /// `mode` plus out, or plus in. A failure leaves the stream closed with its fail bit set.
+/// @{
 QIV_API std::ofstream openOutputFileUTF8Name(const std::string& path, std::ios_base::openmode mode);
 QIV_API std::ifstream openInputFileUTF8Name(const std::string& path, std::ios_base::openmode mode);
+/// @}
 
 /// fopen for writing ("w") or reading ("r"), null on failure. The caller closes it.
+/// @{
 QIV_API FILE* openCOutputFileUTF8Name(const std::string& path);
 QIV_API FILE* openCInputFileUTF8Name(const std::string& path);
+/// @}
 
 /// True for whatever stat finds, folders included; links are followed.
 QIV_API bool fileExist(const std::string& path);

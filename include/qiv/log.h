@@ -18,24 +18,34 @@
 
 namespace QivLog {
 
+/// A log of its own: one page, named after the moment of its first entry, in a folder of pages.
+///
+/// Threads may share it once the page is named, which the first entry or _getLogPath() does without
+/// a lock. Each entry opens and closes the file, so that several objects and processes may write
+/// the same page.
 class QIV_API LogObject {
 public:
   /// Logs into "log/" in the application's document folder (getQivCrossDocDir in qiv/files.h), in
   /// the working folder when the user has named none. Throws std::logic_error while HOME is unset.
   LogObject();
-  /// `logDir` ends with "/".
+  /// Logs into `logDir`, which ends with "/".
   explicit LogObject(const std::string& logDir);
 
-  /// Append an entry. The message is UTF-8 text, not markup; its line feeds show as line breaks.
+  /// Append an entry, which is in the file on return. The message is UTF-8 text, not markup; its
+  /// line feeds show as line breaks.
+  /// @{
   void writeInfo(const std::string& message);
   void writeWarn(const std::string& message);
   void writeError(const std::string& message);
+  /// @}
 
   /// Deletes all but the ten most recently modified logs of the folder, this one included if it is
   /// old enough; makes the folder if it is missing. Throws Glib::Error when the folder cannot be
   /// read or a file not be deleted.
   void clear();
 
+  /// Appends an entry of any type, a word that is written as it is. It is shown without a colour
+  /// unless it is "Info", "Warn" or "Error".
   void _write(const std::string& message, const std::string& type);
   /// The file of this object. The first call names it after the local time and makes its folder.
   std::string _getLogPath();
@@ -47,15 +57,20 @@ private:
   std::string _logPath;
 };
 
-/// The log of this process: one LogObject, made by its default constructor on first use.
+/// The log of this process: one LogObject, made by its default constructor on first use, whichever
+/// thread that is in. Its first entry must not be a race either.
 class QIV_API Log {
 public:
+  /// The object that all others here forward to. It lives until the process exits.
   static LogObject& getInstance();
 
+  /// LogObject's.
+  /// @{
   static void writeInfo(const std::string& message);
   static void writeWarn(const std::string& message);
   static void writeError(const std::string& message);
   static void clear();
+  /// @}
 };
 
 } // namespace QivLog
@@ -68,7 +83,7 @@ namespace Qiv {
 ///     DateTimeHelper::getDisplayDurationString(start, end, "%02d:%02d:%02d"); // "27:00:09"
 class QIV_API DateTimeHelper {
 public:
-  /// Milliseconds since the Unix epoch.
+  /// Milliseconds from the Unix epoch to now.
   static long getTimeNowSniceEpochMs();
 
   /// The local time of a time_t through a std::put_time format, in the global C++ locale. Only 0

@@ -35,35 +35,45 @@ namespace Net {
 // Address values
 // ---------------------------------------------------------------------------------------------
 
-/// An address of N bytes, in the order in which they are written in text: NetAddr<4, '.'> is an
-/// IPv4 address, NetAddr<16, ':'> IPv6 and NetAddr<6, ':'> a MAC address.
+/// An address of N bytes, in the order in which they are written in text.
+///
+/// NetAddr<4, '.'> is an IPv4 address, NetAddr<16, ':'> IPv6 and NetAddr<6, ':'> a MAC address.
+/// Addresses are values: copies may go to other threads.
 ///
 /// The argument type selects the parser: a `const char*` is read strictly and a text that is no
 /// address gives all zero; a `std::string` is read leniently, as ip4ToBytes and its sisters tell.
 template <std::size_t N, char Sep>
 class NetAddr {
 public:
+  /// All zero.
   NetAddr() = default;
+  /// The bytes in the order of the text.
   explicit NetAddr(const std::array<unsigned char, N>& data) : bytes(data) {}
-  /// A MAC address is read leniently here too; its null text throws std::logic_error, the null text
-  /// of the others gives all zero.
+  /// Strict. A MAC address is read leniently here too; its null text throws std::logic_error, the
+  /// null text of the others gives all zero.
   NetAddr(const char* text);
+  /// Lenient.
   NetAddr(const std::string& text);
 
   /// The text form. IPv6 ignores the separator.
   std::string to_string(char separator = Sep) const;
 
+  /// The bytes, valid as long as the address lives.
   const std::array<unsigned char, N>& getData() const { return bytes; }
 
+  /// Compare the bytes in order, so that addresses sort as numbers do.
+  /// @{
   friend bool operator==(const NetAddr& a, const NetAddr& b) { return a.bytes == b.bytes; }
   friend bool operator!=(const NetAddr& a, const NetAddr& b) { return a.bytes != b.bytes; }
   friend bool operator<(const NetAddr& a, const NetAddr& b) { return a.bytes < b.bytes; }
+  /// @}
 
 private:
   std::array<unsigned char, N> bytes{};
 };
 
 // clang-format off
+/// @cond
 template <> QIV_API NetAddr<4, '.'>::NetAddr(const char* text);
 template <> QIV_API NetAddr<4, '.'>::NetAddr(const std::string& text);
 template <> QIV_API std::string NetAddr<4, '.'>::to_string(char separator) const;
@@ -73,26 +83,33 @@ template <> QIV_API std::string NetAddr<6, ':'>::to_string(char separator) const
 template <> QIV_API NetAddr<16, ':'>::NetAddr(const char* text);
 template <> QIV_API NetAddr<16, ':'>::NetAddr(const std::string& text);
 template <> QIV_API std::string NetAddr<16, ':'>::to_string(char separator) const;
+/// @endcond
 // clang-format on
 
 /// Strict parsers, into 4 and 16 bytes: true when the whole text is an address, otherwise false and
 /// `dst` is untouched. IPv4 takes four decimal octets without leading zeros. IPv6 is RFC 4291 text
 /// with "::" and a dotted-quad tail; a group may have any number of leading zeros.
+/// @{
 QIV_API bool ip4ToBytes(const char* text, unsigned char* dst);
 QIV_API bool ip6ToBytes(const char* text, unsigned char* dst);
+/// @}
 
 /// Lenient parsers, into 4, 16 and 6 bytes: always true. Each part is read by strtoul (blanks, a
 /// sign, "0x" before hexadecimal); what is missing is 0, what does not fit is truncated, "::" is
 /// one empty group. A null MAC text throws std::logic_error.
+/// @{
 QIV_API bool ip4ToBytes(const std::string& text, unsigned char* dst);
 QIV_API bool ip6ToBytes(const std::string& text, unsigned char* dst);
 QIV_API bool macToBytes(const std::string& text, unsigned char* dst);
 QIV_API bool macToBytes(const char* text, unsigned char* dst);
+/// @}
 
 /// `count` decimal bytes (or upper-case hexadecimal ones for a MAC) joined by the separator.
+/// @{
 QIV_API std::string ipv4_to_string(const unsigned char* bytes, unsigned long count, char separator);
 QIV_API std::string mac_to_string_hex(const unsigned char* bytes, unsigned long count,
                                       char separator);
+/// @}
 
 /// IPv6 text with two peculiarities that stored texts rely on: groups are read in the machine's own
 /// byte order ("2001:db8::1" prints as "120:b80d::100"), and the first run of zero groups is the
@@ -102,15 +119,22 @@ QIV_API std::string ipv6_to_string(const unsigned char* bytes, unsigned long len
 /// A host with its IPv4 subnet. Numbers are in host order, the first octet most significant.
 class QIV_API IPv4Subnet {
 public:
+  /// From the host's address under the mask to that plus the mask's complement, in 32 bits. A mask
+  /// is not checked for gaps.
+  /// @{
   IPv4Subnet(unsigned int ip, unsigned int mask);
   IPv4Subnet(const NetAddr<4, '.'>& ip, unsigned int mask);
   IPv4Subnet(const NetAddr<4, '.'>& ip, const NetAddr<4, '.'>& mask);
+  /// @}
 
   /// True when each host lies in the other's subnet, ends included.
   bool inSameSubnet(const IPv4Subnet& other) const;
 
+  /// The host.
+  /// @{
   NetAddr<4, '.'> getIP() const;
   operator NetAddr<4, '.'>() const { return getIP(); }
+  /// @}
 
 private:
   bool contains(unsigned int address) const { return network <= address && address <= broadcast; }
@@ -149,30 +173,33 @@ QIV_API unsigned int maskstring_to_masklen(const std::string& text);
 // Interfaces of this machine
 // ---------------------------------------------------------------------------------------------
 
-/// One IPv4 address of an interface with its mask, both dotted.
+/// One IPv4 address of an interface with its mask.
 struct NetworkAddr {
-  std::string address;
-  std::string mask;
+  std::string address; ///< "192.168.1.5"
+  std::string mask;    ///< "255.255.255.0"
 };
 
+/// An interface of this machine as `ip` lists it.
 struct NetworkInterface {
-  int index = 0;
-  std::string caption; ///< the name again
-  std::string name;
-  std::string extra; ///< empty
-  std::string mac;   ///< as `ip` prints it; empty when there is none
-  std::vector<NetworkAddr> addresses;
-  std::string gateway; ///< the default gateway, on the interface that leads to it
-  bool present = true;
+  int index = 0;                      ///< the kernel's number of the interface, from 1
+  std::string caption;                ///< the name again
+  std::string name;                   ///< "eth0"
+  std::string extra;                  ///< empty
+  std::string mac;                    ///< as `ip` prints it; empty when there is none
+  std::vector<NetworkAddr> addresses; ///< in the order of `ip`; IPv4 only
+  std::string gateway;                ///< the default gateway, on the interface that leads to it
+  bool present = true;                ///< true of every interface that is found
 };
 
+/// What discovery found at one moment.
 struct NetworkInterfaces {
-  std::list<NetworkInterface> interfaces;
-  bool hasAddress = false;   ///< some interface has an address
-  bool hasInterface = false; ///< there is an interface
+  std::list<NetworkInterface> interfaces; ///< all but "lo"
+  bool hasAddress = false;                ///< some interface has an address
+  bool hasInterface = false;              ///< there is an interface
 };
 
-/// Why there is no network, in lng::language.
+/// Why there is no network, in lng::language. The text lives as long as the process.
+/// @{
 QIV_API inline const char* ethsNotFound() {
   static const char* const ar[] = {"Network interfaces not found",
                                    "Сетевые интерфейсы не обнаружены"};
@@ -196,6 +223,7 @@ QIV_API inline const char* noIpAddr() {
   static const char* const ar[] = {"no IP address", "IP адрес не задан"};
   return ar[lng::language];
 }
+/// @}
 
 /// The interfaces except "lo", in the order of `ip a`; both flags are left false. When there is
 /// no default gateway and every route is down, throws why: `const char*` (ethsNotFound,
@@ -208,7 +236,7 @@ QIV_API NetworkInterfaces getNetworkInterfacesLinux();
 QIV_API void _addToNetIfs(NetworkInterfaces& list, const NetworkInterface& iface);
 
 /// Questions about the network. Each call but ping discovers the interfaces anew and throws what
-/// getNetworkInterfacesLinux throws.
+/// getNetworkInterfacesLinux throws. Safe to call from any thread, which waits for the tools.
 class QIV_API NetworkHelper {
 public:
   /// The interfaces with the two flags set.
@@ -253,6 +281,7 @@ QIV_API unsigned short _checksum(unsigned short* data, int length);
 namespace Net {
 namespace Web {
 
+/// Uploads over FTP, through buffers of the process: one upload at a time, whatever the object.
 class QIV_API Client {
 public:
   /// Stores a local file as `urlPrefix` + "qivor_upload.part" and, once it is complete, has the
@@ -265,8 +294,8 @@ public:
   /// folder, and a file that cannot be opened.
   ///
   /// `urlPrefix` is an FTP URL that ends with "/" and holds user and password where they are
-  /// needed. Calls must not overlap, and two programs must not upload into the same remote folder
-  /// at once.
+  /// needed. Calls must not overlap, nor run while another thread starts or ends libcurl, and two
+  /// programs must not upload into the same remote folder at once.
   int FTPUpload(const char* remoteName, const char* urlPrefix, const char* localPath);
 };
 

@@ -28,8 +28,7 @@ namespace Qiv {
 /// `precision` is not a count of decimals: it is taken from the 15 digits that a double carries.
 /// Up to 15 - precision digits stand after the point (below 0.1 that many significant ones), at
 /// most 15 in all, and a magnitude below 10^(precision - 15) is "0". Negative numbers have 6
-/// significant digits. Infinities are "inf" and
-/// "-inf", NaN is "nan" or "-nan".
+/// significant digits. Infinities are "inf" and "-inf", NaN is "nan" or "-nan".
 template <typename T, bool Classic>
 std::string convertToString(const T& value, int precision);
 
@@ -52,13 +51,16 @@ template <typename T>
 std::size_t tryExtractSpecialFloating(const std::string& text, std::size_t pos, T& out);
 
 // clang-format off
+/// @cond
 template <> QIV_API std::string convertToString<double, true>(const double& value, int precision);
 template <> QIV_API bool tryConvert<double, true>(const std::string& text, double& out);
 template <> QIV_API bool tryConvert<int, true>(const std::string& text, int& out);
 template <> QIV_API std::size_t tryExtractFloating<double>(const std::string& text, std::size_t pos, double& out);
 template <> QIV_API std::size_t tryExtractSpecialFloating<double>(const std::string& text, std::size_t pos, double& out);
+/// @endcond
 // clang-format on
 
+/// Checks and rounds numbers. Pure functions.
 class QIV_API NumericHelper {
 public:
   /// For an input field that is checked while the user types: true when the whole text is a number
@@ -81,6 +83,7 @@ public:
 /// grid, 0 for any value. Nothing is checked: bounds may be reversed, any field may be NaN.
 class QIV_API NumericRange {
 public:
+  /// Keeps the three as they are.
   NumericRange(double min, double max, double step) : min(min), max(max), step(step) {}
 
   /// Every value: no bounds, no step.
@@ -90,17 +93,23 @@ public:
   /// so; where a number is NaN, the field of `a` is taken.
   static NumericRange And(const NumericRange& a, const NumericRange& b);
 
+  /// As given.
+  /// @{
   double getMin() const { return min; }
   double getMax() const { return max; }
   double getStep() const { return step; }
+  /// @}
 
+  /// True when every value is allowed.
   bool isFull() const { return *this == Full(); }
 
   /// Compare as doubles do: a range that holds a NaN does not equal itself.
+  /// @{
   bool operator==(const NumericRange& other) const {
     return min == other.min && max == other.max && step == other.step;
   }
   bool operator!=(const NumericRange& other) const { return !(*this == other); }
+  /// @}
 
   /// `range >> out` writes the range's text to the stream.
   void operator>>(std::ostringstream& out) const;
@@ -128,29 +137,35 @@ public:
 // Approximate comparison
 // ---------------------------------------------------------------------------------------------
 
-/// How far apart two numbers may be and still count as equal. Either bound suffices.
+/// How far apart two numbers may be and still count as equal. Either bound suffices; a negative one
+/// admits nothing.
 struct ApproximateTolerance {
   double relative = 0; ///< in terms of the larger magnitude of the two
-  double absolute = 0;
+  double absolute = 0; ///< in the unit of the numbers
 };
 
+/// Comparison and limiting of numbers within a tolerance. Pure functions.
 class QIV_API ApproximateLogic {
 public:
   /// True within the tolerance. An infinity equals only itself, NaN nothing.
   static bool equals(double a, double b, const ApproximateTolerance& tol);
 
   /// True between the bounds or within the tolerance of one. NaN is contained everywhere.
+  /// @{
   static bool contains(double value, double min, double max, const ApproximateTolerance& tol);
   static bool contains(double value, NumericRange range, const ApproximateTolerance& tol);
+  /// @}
 
   /// The value moved between the bounds and onto the grid, which starts at `min` if `stepFromMin`
   /// is set, otherwise at 0. A value on the grid within the tolerance is kept as it is, unless
   /// `preferStepValue` asks for the grid's. A bound within the tolerance of the grid point is
   /// taken in its place. NaN when the bounds are reversed or no grid point lies between them.
+  /// @{
   static double limitValue(double value, double min, double max, double step,
                            const ApproximateTolerance& tol, bool stepFromMin, bool preferStepValue);
   static double limitValue(double value, NumericRange range, const ApproximateTolerance& tol,
                            bool stepFromMin, bool preferStepValue);
+  /// @}
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -160,18 +175,22 @@ public:
 /// A value that may be absent.
 template <typename T>
 struct Nullable {
+  /// Null.
   Nullable() = default;
+  /// Null.
   Nullable(std::nullptr_t) {}
+  /// The value, null only if `hasValue` says so.
   Nullable(T value, bool hasValue = true) : value(value), hasValue(hasValue) {}
 
-  T value{}; ///< meaningful only when hasValue is set
-  bool hasValue = false;
+  T value{};             ///< meaningful only when hasValue is set
+  bool hasValue = false; ///< false for null
 };
 
 /// True, false or null.
 class QIV_API NullableBool : public Nullable<bool> {
 public:
   using Nullable::Nullable;
+  /// The same state.
   NullableBool(const Nullable<bool>& other) : Nullable(other) {}
 
   /// `value >> out` writes "true" or "false" to the stream, nothing for null.

@@ -20,6 +20,7 @@
 
 namespace Qiv {
 
+/// Searching, cutting and formatting of byte strings. Safe to call from any thread.
 class QIV_API StringHelper {
 public:
   /// True when `part` stands in `text` exactly at `pos`, within the stretch that ends before `end`
@@ -32,8 +33,11 @@ public:
   /// An empty `from` changes nothing.
   static std::string replaceAll(std::string text, const std::string& from, const std::string& to);
 
+  /// Compare bytes; an empty prefix or suffix stands at every text.
+  /// @{
   static bool startsWith(const std::string& text, const std::string& prefix);
   static bool endsWith(const std::string& text, const std::string& suffix);
+  /// @}
 
   /// The n + 1 pieces between n delimiters; empty pieces are kept.
   static std::vector<std::string> split(const std::string& text, char delimiter);
@@ -45,9 +49,12 @@ public:
   static std::string formatC(const char* format, Args... args);
 };
 
+/// @cond
 extern template QIV_API std::string StringHelper::formatC<int, int, int>(const char*, int, int,
                                                                          int);
+/// @endcond
 
+/// Bytes as text. Safe to call from any thread.
 class QIV_API BitConverter {
 public:
   /// Two upper-case hexadecimal digits: 10 gives "0A".
@@ -67,22 +74,31 @@ class QIV_API Version {
 public:
   /// 0.0
   Version() = default;
-  /// A negative part throws std::invalid_argument with a Russian text that names the part.
+  /// Parts that are not given are absent. A negative one throws std::invalid_argument with a
+  /// Russian text that names it.
+  /// @{
   Version(int major, int minor);
   Version(int major, int minor, int build);
   Version(int major, int minor, int build, int revision);
-  /// Reads the text as parse does; 0.0.0.0 when it is no version.
+  /// @}
+  /// Reads the text as parse does, and throws as it does; 0.0.0.0 when it is no version.
   Version(const std::string& text);
 
   /// There is no move: it would take the separator from its source.
+  /// @{
   Version(const Version&) = default;
   Version& operator=(const Version&) = default;
+  /// @}
 
+  /// What stands between the parts in text: always ".".
   const std::string& getSeparator() const { return separator; }
+  /// The part, -1 when it is absent.
+  /// @{
   int getMajor() const { return major; }
   int getMinor() const { return minor; }
   int getBuild() const { return build; }
   int getRevision() const { return revision; }
+  /// @}
 
   /// The parts up to the first absent one.
   std::string to_string() const;
@@ -95,11 +111,14 @@ public:
   /// 1 when this version is the greater, -1 when it is the smaller, 0 when all parts are equal.
   int compareTo(const Version& other) const;
 
+  /// The order of compareTo.
+  /// @{
   bool operator==(const Version& other) const { return compareTo(other) == 0; }
   bool operator>(const Version& other) const { return compareTo(other) > 0; }
   bool operator<(const Version& other) const { return compareTo(other) < 0; }
   bool operator>=(const Version& other) const { return compareTo(other) >= 0; }
   bool operator<=(const Version& other) const { return compareTo(other) <= 0; }
+  /// @}
 
   /// Sets all parts. A negative one throws std::invalid_argument and nothing changes.
   void setData(int major, int minor, int build, int revision);
@@ -133,9 +152,11 @@ QIV_API std::string base64_encode(const unsigned char* data, unsigned int length
 /// without an error. Padding is not needed. A single leftover character gives no byte.
 QIV_API std::string base64_decode(const std::string& text);
 
-/// Byte stacks, in which a reader finds first what was pushed last.
+/// Byte stacks, in which a reader finds first what was pushed last. Each stack belongs to one
+/// thread at a time; printing changes std::cout for the whole process.
 class QIV_API stackHelper {
 public:
+  /// The bytes of the text in order.
   static std::vector<unsigned char> stringToVector(const std::string& text);
 
   /// Pushes the bytes in order, so that the last one is on top; with `reverse` the first one is.
@@ -155,6 +176,7 @@ public:
   static void printStack(std::stack<unsigned char>& stack);
 };
 
+/// Bytes on standard output, whose state is the process's.
 class QIV_API vectorHelper {
 public:
   /// Writes a line like "0A-FF-10" to std::cout and leaves it in upper-case hexadecimal mode.
@@ -171,43 +193,60 @@ public:
 ///     pins.set(9, true); // the bytes are 0x00, 0x02
 ///
 /// An index at or beyond the size throws std::out_of_range "Index out of range". A call that throws
-/// changes nothing.
+/// changes nothing. An array belongs to one thread at a time.
 class QIV_API BitArray {
 public:
   /// `size` bits, all false.
   explicit BitArray(std::size_t size);
+  /// Copies the bytes, padding included.
   BitArray(const BitArray&) = default;
   /// Leaves `other` empty.
   BitArray(BitArray&& other) noexcept
       : size(std::exchange(other.size, 0)), data(std::move(other.data)) {}
+  /// Copies, or moves and leaves `other` empty.
   BitArray& operator=(BitArray other) noexcept {
     std::swap(size, other.size);
     data.swap(other.data);
     return *this;
   }
 
+  /// An array of its own with the same bits.
   BitArray clone() const { return *this; }
 
+  /// In bits.
   std::size_t getSize() const { return size; }
+  /// The (size + 7) / 8 bytes. The reference is valid as long as the array lives.
   const std::vector<unsigned char>& getData() const { return data; }
 
+  /// The bit.
+  /// @{
   bool get(std::size_t index) const;
   bool operator[](std::size_t index) const { return get(index); }
+  /// @}
 
   /// True when a byte is not zero. Padding that came with fillData counts too.
   bool hasAnyTrue() const;
 
+  /// Change one bit.
+  /// @{
   void set(std::size_t index, bool value);
   void inverse(std::size_t index);
+  /// @}
 
   /// Bits that are added are false. Without `keepValues` all are, unless the size stays as it is.
   void resize(std::size_t newSize, bool keepValues);
+  /// Make all bits false, or the opposite of what they are. Padding is zero afterwards.
+  /// @{
   void clear();
   void inverseAll();
+  /// @}
 
-  /// Both throw std::invalid_argument when the sizes differ.
+  /// The exclusive or of all bytes, as a new array or in place. Throw std::invalid_argument when
+  /// the sizes differ.
+  /// @{
   BitArray xorOperation(const BitArray& other) const;
   void xorWith(const BitArray& other);
+  /// @}
 
   /// Copies `count` bytes from source + offset as they are, padding beyond the size included. When
   /// the array has not that many bytes, `allowResize` makes it count * 8 bits long; otherwise
@@ -215,10 +254,13 @@ public:
   void fillData(const unsigned char* source, std::size_t offset, std::size_t count,
                 bool allowResize);
 
+  /// Where a bit lies in getData(): its byte, and the mask within that.
+  /// @{
   static std::size_t byteIndex(std::size_t index) { return index >> 3; }
   static unsigned char bitMask(std::size_t index) {
     return static_cast<unsigned char>(1U << (index & 7));
   }
+  /// @}
 
 private:
   std::size_t size;
@@ -233,14 +275,18 @@ private:
 ///     files.tryAdd("a.xml");                   // now "b.xml;a.xml"
 ///
 /// Slots may change the collection. The destructor is not virtual: delete an object of a subclass
-/// only as what it is (compilers warn unless it is final). A copy shares the slots.
+/// only as what it is (compilers warn unless it is final). A copy shares the slots. A collection
+/// with its copies belongs to one thread, in which the slots are called.
 class QIV_API RecentCollection {
 public:
+  /// An empty collection. With a `maxCount` of 0 it stays empty, whatever is added.
   explicit RecentCollection(unsigned int maxCount);
 
   /// The newest entry, "" when there is none.
   std::string getLast() const;
+  /// The limit that tryAdd keeps.
   unsigned int getMaxCount() const { return maxCount; }
+  /// The entries, the oldest first. The reference is valid as long as the collection lives.
   const std::vector<std::string>& getCollection() const { return collection; }
 
   /// The entries joined with ";". Entries that hold ";" and empty ones at the front do not survive

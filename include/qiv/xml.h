@@ -20,20 +20,21 @@ class Element;
 
 namespace Qiv {
 
+/// XML to text and text for XML. Each element and document belongs to one thread at a time.
 class QIV_API XmlHelper {
 public:
-  /// `text` with & < > " ' as entities, for XML and HTML. All other bytes stay as they are;
-  /// existing entities are escaped again.
+  /// `text` with the five characters `& < > " '` as entities, for XML and HTML. All other bytes
+  /// stay as they are; existing entities are escaped again.
   static std::string escapeXml(const std::string& text);
 
-  /// The text behind the first "?>", wherever that stands, without blanks at both ends.
+  /// The text behind the first `?>`, wherever that stands, without blanks at both ends.
   static std::string _removeXmlDeclaration(const std::string& xml);
 
   /// The element with its subtree, formatted, UTF-8, without declaration. libxml++'s exceptions
   /// pass through; a null element gives the empty string.
   static std::string writeToString(const xmlpp::Element* element);
 
-  /// The formatted document from its first ">" to its last "<": the root's content with line feeds
+  /// The formatted document from its first `>` to its last `<`: the root's content with line feeds
   /// and indentation, empty for a root without content. A document type, comment or instruction
   /// before the root brings the root's start tag along. libxml++'s exceptions pass through.
   static std::string writeRootChildElementToString(xmlpp::Document& document);
@@ -60,20 +61,30 @@ public:
 /// 1 kB of libxml2's memory for each thread, so prefer that one.
 class QIV_API XslTransformer {
 public:
+  /// Names no files.
   XslTransformer() = default;
+  /// Names the files; nothing is opened before transform().
   XslTransformer(const char* xmlFile, const char* xslFile, const char* outFile);
+  /// Names the same files and parameters.
+  /// @{
   XslTransformer(const XslTransformer&) = default;
   XslTransformer& operator=(const XslTransformer&) = default;
+  /// @}
   ~XslTransformer();
 
+  /// What setParams was given last.
   const std::map<const char*, const char*>& getParams() const { return params; }
 
+  /// Name other files for the next transform().
+  /// @{
   void setInFiles(const char* xmlFile, const char* xslFile);
   void setOutFile(const char* outFile);
+  /// @}
 
   /// Replaces the parameters, whose keys differ when their pointers do. They are only kept here:
   /// transform() leaves each stylesheet parameter at its default.
   void setParams(const std::map<const char*, const char*>& params);
+  /// Forgets the parameters.
   void clearParams();
 
   /// Replaces the output file, in the method and encoding that the stylesheet asks for. Returns 0,
