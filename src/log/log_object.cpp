@@ -32,6 +32,17 @@ constexpr std::string_view header = R"(<!DOCTYPE html><html><head><meta charset=
 </style></head><body>
 )";
 
+std::string join(std::initializer_list<std::string_view> pieces) {
+  std::size_t size = 0;
+  for (const std::string_view piece : pieces)
+    size += piece.size();
+  std::string text;
+  text.reserve(size);
+  for (const std::string_view piece : pieces)
+    text += piece;
+  return text;
+}
+
 const char* cssClass(const std::string& type) {
   if (type == "Info")
     return "log-info";
@@ -98,16 +109,12 @@ void LogObject::clear() {
 
 void LogObject::_write(const std::string& message, const std::string& type) {
   std::ofstream file = Qiv::openOutputFileUTF8Name(_getLogPath(), std::ios_base::app);
-  std::string entry;
-  if (file.tellp() == std::ofstream::pos_type(0))
-    entry = header;
-  entry += R"(<div class="log-entry"><span class="log-type )";
-  entry += cssClass(type);
-  entry += R"(">)" + type + R"(</span> <span class="log-time">)" + _currentTimestamp() +
-           R"(</span> <span class="log-msg">)" + Qiv::XmlHelper::escapeXml(message) +
-           "</span></div>\n";
+  const bool isEmpty = file.tellp() == std::ofstream::pos_type(0);
   // One insertion, which the stream passes on as one write: appended entries stay whole.
-  file << entry;
+  file << join({isEmpty ? header : "", R"(<div class="log-entry"><span class="log-type )",
+                cssClass(type), R"(">)", type, R"(</span> <span class="log-time">)",
+                _currentTimestamp(), R"(</span> <span class="log-msg">)",
+                Qiv::XmlHelper::escapeXml(message), "</span></div>\n"});
 }
 
 std::string LogObject::_getLogPath() {
@@ -122,9 +129,9 @@ std::string LogObject::_currentTimestamp() {
   const auto now = Clock::now();
   const auto milliseconds =
       std::chrono::nanoseconds(now.time_since_epoch()).count() / 1000000 % 1000;
-  std::string digits = std::to_string(milliseconds);
-  digits.insert(0, 3 - digits.size(), '0');
-  return formatLocalTime(now, "%d:%m:%Y %H:%M:%S") + "." + digits;
+  std::string fraction = std::to_string(1000 + milliseconds);
+  fraction[0] = '.';
+  return formatLocalTime(now, "%d:%m:%Y %H:%M:%S") + fraction;
 }
 
 } // namespace QivLog
