@@ -21,13 +21,11 @@ const std::string& lockFolder() {
 }
 
 /// Keeps others from removing a lock file, so that the file looked at is the file removed: a new
-/// one cannot take its path before it is gone. Where the folder cannot be locked removals go on
-/// without.
+/// one cannot take its path before it is gone. Closes it in the end. Where files cannot be locked
+/// removals go on without.
 class RemovalGuard {
 public:
-  RemovalGuard() : fd(open(lockFolder().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
-    TEMP_FAILURE_RETRY(flock(fd, LOCK_EX));
-  }
+  explicit RemovalGuard(int fd) : fd(fd) { TEMP_FAILURE_RETRY(flock(fd, LOCK_EX)); }
   ~RemovalGuard() {
     // Closing alone would leave it locked if another thread has forked meanwhile.
     flock(fd, LOCK_UN);
@@ -40,6 +38,13 @@ private:
   const int fd;
 };
 
+bool isSameFile(int fd, const char* path) {
+  struct stat own;
+  struct stat current;
+  return fstat(fd, &own) == 0 && stat(path, &current) == 0 && own.st_dev == current.st_dev &&
+         own.st_ino == current.st_ino;
+}
+
 bool isStale(const char* path) {
   struct stat st;
   return stat(path, &st) == 0 && std::difftime(std::time(nullptr), st.st_mtime) > staleSeconds;
@@ -48,38 +53,39 @@ bool isStale(const char* path) {
 bool removeStale(const char* path) {
   if (!isStale(path))
     return false;
-  const RemovalGuard guard;
-  return isStale(path) && unlink(path) == 0;
-}
-
-bool isSameFile(int fd, const char* path) {
-  struct stat own;
-  struct stat current;
-  return fstat(fd, &own) == 0 && lstat(path, &current) == 0 && own.st_dev == current.st_dev &&
-         own.st_ino == current.st_ino;
+  const int fd = open(path, O_RDWR | O_CLOEXEC);
+  if (fd == -1) // a file of another user, which cannot be guarded
+    return errno == EACCES && unlink(path) == 0;
+  const RemovalGuard guard(fd);
+  return isSameFile(fd, path) && isStale(path) && unlink(path) == 0;
 }
 
 } // namespace
 
-CrossprocessLock::CrossprocessLock(const std::string& name, unsigned int retryMicroseconds) {
-  mkdir_with_parents(lockFolder().c_str());
-  lockPath = lockFolder() + name + ".lock";
+CrossprocessLock::CrossprocessLock(const std::string& name, unsigned int retryMicroseconds)
+    : lockPath(lockFolder() + name + ".lock") {
   const char* const path = internal::systemPath(lockPath);
-  const int flags = O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC;
-  while ((fd = TEMP_FAILURE_RETRY(open(path, flags, 0666))) == -1 && errno == EEXIST)
+  const auto create = [path] {
+    return TEMP_FAILURE_RETRY(open(path, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+  };
+  fd = create();
+  if (!isHeld() && errno != EEXIST) {
+    mkdir_with_parents(lockFolder().c_str());
+    fd = create();
+  }
+  while (!isHeld() && errno == EEXIST) {
     if (!removeStale(path))
       usleep(retryMicroseconds);
+    fd = create();
+  }
 }
 
 CrossprocessLock::~CrossprocessLock() {
   if (!isHeld())
     return;
-  {
-    const RemovalGuard guard;
-    if (isSameFile(fd, lockPath.c_str()))
-      unlink(lockPath.c_str());
-  }
-  close(fd);
+  const RemovalGuard guard(fd);
+  if (isSameFile(fd, lockPath.c_str()))
+    unlink(lockPath.c_str());
 }
 
 } // namespace Qiv
