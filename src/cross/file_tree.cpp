@@ -19,44 +19,41 @@ using Folder = std::unique_ptr<GFileEnumerator, Unref>;
 struct Item {
   std::string name; ///< in the file system's own bytes
   GFileType type;
-  std::string id; ///< the same for every name of a file, empty where the file system has none
 
   File in(GFile* folder) const { return File(g_file_get_child(folder, name.c_str())); }
 };
 
-/// How a walk looks at files.
-struct Look {
-  const char* attributes;
-  GFileQueryInfoFlags flags;
-};
-constexpr Look following = {"standard::name,standard::type,id::file", G_FILE_QUERY_INFO_NONE};
-/// Asks for no identity, for which GIO would have to examine every file.
-constexpr Look notFollowing = {"standard::name,standard::type",
-                               G_FILE_QUERY_INFO_NOFOLLOW_SYMLINKS};
+/// All that a walk asks of files: GIO would have to examine each of them for more.
+constexpr const char* nameAndType = "standard::name,standard::type";
+constexpr GFileQueryInfoFlags following = G_FILE_QUERY_INFO_NONE;
+constexpr GFileQueryInfoFlags notFollowing = G_FILE_QUERY_INFO_NOFOLLOW_SYMLINKS;
 
-Item describe(GFileInfo* info) {
-  const char* const id = g_file_info_get_attribute_string(info, "id::file");
-  return {g_file_info_get_name(info), g_file_info_get_file_type(info), id ? id : ""};
+using Info = std::unique_ptr<GFileInfo, Unref>;
+
+/// Unknown when there is nothing to examine.
+GFileType typeOf(GFile* file, GFileQueryInfoFlags flags) {
+  const Info info(g_file_query_info(file, nameAndType, flags, nullptr, nullptr));
+  return info ? g_file_info_get_file_type(info.get()) : G_FILE_TYPE_UNKNOWN;
 }
 
-/// Of unknown type when there is nothing to examine.
-Item examine(GFile* file, const Look& look) {
-  const std::unique_ptr<GFileInfo, Unref> info(
-      g_file_query_info(file, look.attributes, look.flags, nullptr, nullptr));
-  return info ? describe(info.get()) : Item{"", G_FILE_TYPE_UNKNOWN, ""};
+/// The same for every name of a folder, empty where the file system has none.
+std::string identify(GFile* folder) {
+  const Info info(g_file_query_info(folder, "id::file", following, nullptr, nullptr));
+  const char* const id = info ? g_file_info_get_attribute_string(info.get(), "id::file") : nullptr;
+  return id ? id : "";
 }
 
 /// The folders in which a walk stands and those that it fills, the innermost first. A link may lead
 /// back to one of them.
 struct Trail {
   const Trail* outer;
-  const std::string& walked;
+  const std::string walked;
   const std::string filled;
 };
 
-bool holds(const Trail* trail, const Item& item) {
-  for (; trail && !item.id.empty(); trail = trail->outer)
-    if (item.id == trail->walked || item.id == trail->filled)
+bool holds(const Trail* trail, const std::string& id) {
+  for (; trail && !id.empty(); trail = trail->outer)
+    if (id == trail->walked || id == trail->filled)
       return true;
   return false;
 }
@@ -67,21 +64,21 @@ File parseName(const std::string& path) {
   return File(*name ? g_file_parse_name(name) : nullptr);
 }
 
-Folder openFolder(GFile* file, const Look& look, GCancellable* cancellable, GError** error) {
-  return Folder(g_file_enumerate_children(file, look.attributes, look.flags, cancellable, error));
+Folder openFolder(GFile* file, GFileQueryInfoFlags flags, GCancellable* cancellable,
+                  GError** error) {
+  return Folder(g_file_enumerate_children(file, nameAndType, flags, cancellable, error));
 }
 
 /// Appends all of the folder to `children` and closes it, before the caller goes deeper: however
 /// deep a tree is, one descriptor is enough for it.
 bool readFolder(Folder folder, std::vector<Item>& children, GCancellable* cancellable,
                 GError** error) {
-  GFileInfo* info;
-  while (g_file_enumerator_iterate(folder.get(), &info, nullptr, cancellable, error)) {
-    if (!info)
-      return true;
-    children.push_back(describe(info));
-  }
-  return false;
+  GError* failure = nullptr;
+  while (const Info info{g_file_enumerator_next_file(folder.get(), cancellable, &failure)})
+    children.push_back({g_file_info_get_name(info.get()), g_file_info_get_file_type(info.get())});
+  if (failure)
+    g_propagate_error(error, failure);
+  return !failure;
 }
 
 /// GLib itself would only print a warning.
@@ -105,11 +102,14 @@ gboolean removeTree(GFile* file, GFileType type, GCancellable* cancellable, GErr
   return g_file_delete(file, cancellable, error);
 }
 
-gboolean copyTree(GFile* source, const Item& item, GFile* destination, GFileCopyFlags flags,
+gboolean copyTree(GFile* source, GFileType type, GFile* destination, GFileCopyFlags flags,
                   const Trail* trail, GCancellable* cancellable, GError** error) {
-  if (item.type == G_FILE_TYPE_REGULAR)
+  if (type == G_FILE_TYPE_REGULAR)
     return g_file_copy(source, destination, flags, cancellable, nullptr, nullptr, error);
-  if (item.type != G_FILE_TYPE_DIRECTORY || holds(trail, item))
+  if (type != G_FILE_TYPE_DIRECTORY)
+    return TRUE;
+  const std::string id = identify(source);
+  if (holds(trail, id))
     return TRUE;
 
   g_file_make_directory(destination, cancellable, nullptr);
@@ -120,30 +120,32 @@ gboolean copyTree(GFile* source, const Item& item, GFile* destination, GFileCopy
   Folder folder = openFolder(source, following, cancellable, error);
   if (!folder || !readFolder(std::move(folder), children, cancellable, error))
     return FALSE;
-  const Trail deeper{trail, item.id, examine(destination, following).id};
+  const Trail deeper{trail, id, identify(destination)};
   for (const Item& child : children)
-    if (!copyTree(child.in(source).get(), child, child.in(destination).get(), flags, &deeper,
+    if (!copyTree(child.in(source).get(), child.type, child.in(destination).get(), flags, &deeper,
                   cancellable, error))
       return FALSE;
   return TRUE;
 }
 
-void visitTree(GFile* file, const Item& item, const std::function<void(GFile*)>& visit,
+void visitTree(GFile* file, GFileType type, const std::function<void(GFile*)>& visit,
                const Trail* trail, GCancellable* cancellable, GError** error) {
-  if (item.type == G_FILE_TYPE_REGULAR)
+  if (type == G_FILE_TYPE_REGULAR)
     visit(file);
-  if (item.type != G_FILE_TYPE_DIRECTORY || holds(trail, item))
+  if (type != G_FILE_TYPE_DIRECTORY)
+    return;
+  const Trail deeper{trail, identify(file), {}};
+  if (holds(trail, deeper.walked))
     return;
 
   const auto firstError = [error] { return error && *error ? nullptr : error; };
   std::vector<Item> children;
   if (Folder folder = openFolder(file, following, cancellable, firstError()))
     readFolder(std::move(folder), children, cancellable, firstError());
-  const Trail deeper{trail, item.id, {}};
   for (const Item& child : children) {
     if (g_cancellable_set_error_if_cancelled(cancellable, firstError()))
       return;
-    visitTree(child.in(file).get(), child, visit, &deeper, cancellable, error);
+    visitTree(child.in(file).get(), child.type, visit, &deeper, cancellable, error);
   }
 }
 
@@ -156,7 +158,7 @@ bool mkdir_with_parents(const char* path) {
 gboolean rm_rf(GFile* file, GCancellable* cancellable, GError** error) {
   if (!isGiven(file, error))
     return FALSE;
-  return removeTree(file, examine(file, notFollowing).type, cancellable, error);
+  return removeTree(file, typeOf(file, notFollowing), cancellable, error);
 }
 
 gboolean directory_remove_all(const std::string& path) {
@@ -167,13 +169,13 @@ gboolean copy_recursive(GFile* source, GFile* destination, GFileCopyFlags flags,
                         GCancellable* cancellable, GError** error) {
   if (!isGiven(source, error) || !isGiven(destination, error))
     return FALSE;
-  const Item item = examine(source, following);
-  if (item.type == G_FILE_TYPE_DIRECTORY && g_file_has_prefix(destination, source)) {
+  const GFileType type = typeOf(source, following);
+  if (type == G_FILE_TYPE_DIRECTORY && g_file_has_prefix(destination, source)) {
     g_set_error_literal(error, G_IO_ERROR, G_IO_ERROR_WOULD_RECURSE,
                         "A folder cannot be copied into itself");
     return FALSE;
   }
-  return copyTree(source, item, destination, flags, nullptr, cancellable, error);
+  return copyTree(source, type, destination, flags, nullptr, cancellable, error);
 }
 
 gboolean copy_recursive(const std::string& source, const std::string& destination) {
@@ -184,7 +186,7 @@ gboolean copy_recursive(const std::string& source, const std::string& destinatio
 void traverseFiles(GFile* file, const std::function<void(GFile*)>& visit, GCancellable* cancellable,
                    GError** error) {
   if (isGiven(file, error))
-    visitTree(file, examine(file, following), visit, nullptr, cancellable, error);
+    visitTree(file, typeOf(file, following), visit, nullptr, cancellable, error);
 }
 
 } // namespace Qiv
