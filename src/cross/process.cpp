@@ -22,7 +22,7 @@ FILE* openPipe(const char* command) {
 /// Everything that can still be read from `fd`.
 std::string readAll(int fd) {
   std::string text;
-  char buffer[8192];
+  char buffer[65536]; // a pipe holds as much
   for (ssize_t count; (count = read(fd, buffer, sizeof buffer)) != 0;) {
     if (count > 0)
       text.append(buffer, static_cast<std::size_t>(count));
