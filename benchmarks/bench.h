@@ -12,6 +12,7 @@
 
 namespace bench {
 
+/// A way is a function without arguments, or one of the benchmark::State, whose clock it may pause.
 class Row {
 public:
   /// `target` is the ratio of our time to that of the best peer which we want to reach.
@@ -47,7 +48,9 @@ private:
   Row& add(const std::string& name, Way way, double target = 0) {
     benchmark::RegisterBenchmark((operation + "|" + name).c_str(), [=](benchmark::State& state) {
       for (auto _ : state)
-        if constexpr (std::is_void_v<decltype(way())>)
+        if constexpr (std::is_invocable_v<Way, benchmark::State&>)
+          way(state);
+        else if constexpr (std::is_void_v<std::invoke_result_t<Way>>)
           way();
         else
           benchmark::DoNotOptimize(way());
