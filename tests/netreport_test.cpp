@@ -63,6 +63,7 @@ TEST_F(Netreport, ExitStatusTellsWhatFailed) {
   for (const char* arguments : {"--lang fr", "--ping", "--ping ''", "--nonsense", "extra"})
     EXPECT_EQ(run(arguments).exitCode, 2) << arguments;
   EXPECT_EQ(run("--help").output.rfind("Usage: ", 0), 0U);
+  EXPECT_EQ(run("--version").output.rfind("netreport 1.", 0), 0U);
 }
 
 TEST_F(Netreport, WatchesUntilInterrupted) {

@@ -166,6 +166,10 @@ int main(int argc, char** argv) {
     std::cout << usage;
     return success;
   }
+  if (options->version) {
+    std::cout << "netreport " NETREPORT_VERSION "\n";
+    return success;
+  }
   if (!std::getenv("HOME")) {
     std::cerr << "netreport: HOME is not set\n";
     return badArguments;

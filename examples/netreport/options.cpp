@@ -13,6 +13,7 @@ const char* const usage =
     "  --html FILE   write the report as a page, too\n"
     "  --watch       look again and again until Ctrl-C\n"
     "  --help        show this text\n"
+    "  --version     show the version\n"
     "\n"
     "Exit status: 0, 1 when the network or a file fails, 2 for bad arguments.\n";
 
@@ -35,6 +36,9 @@ bool take(Options& options, int name) {
   case 'h':
     options.help = true;
     return true;
+  case 'v':
+    options.version = true;
+    return true;
   case 'w':
     options.watch = true;
     return true;
@@ -54,10 +58,13 @@ bool take(Options& options, int name) {
 } // namespace
 
 std::optional<Options> parseOptions(int argc, char** argv) {
-  static const option known[] = {
-      {"help", no_argument, nullptr, 'h'},       {"html", required_argument, nullptr, 'f'},
-      {"lang", required_argument, nullptr, 'l'}, {"ping", required_argument, nullptr, 'p'},
-      {"watch", no_argument, nullptr, 'w'},      {}};
+  static const option known[] = {{"help", no_argument, nullptr, 'h'},
+                                 {"html", required_argument, nullptr, 'f'},
+                                 {"lang", required_argument, nullptr, 'l'},
+                                 {"ping", required_argument, nullptr, 'p'},
+                                 {"version", no_argument, nullptr, 'v'},
+                                 {"watch", no_argument, nullptr, 'w'},
+                                 {}};
   Options options;
   opterr = 0; // one message is enough
   setLanguage("en");

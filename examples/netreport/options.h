@@ -7,6 +7,7 @@
 /// What the command line asks for.
 struct Options {
   bool help = false;
+  bool version = false;
   bool watch = false;
   std::string host; ///< to ping in place of the gateway, if not empty
   std::string html; ///< file of the report page, if not empty
