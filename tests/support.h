@@ -1,7 +1,7 @@
 #ifndef QIV_TESTS_SUPPORT_H
 #define QIV_TESTS_SUPPORT_H
 
-/// What the tests of several families share: scratch folders, child processes, fake tools.
+/// What the tests of several families share: scratch folders, child processes, fake tools, counts.
 
 #include <cstdlib>
 #include <filesystem>
@@ -9,11 +9,17 @@
 #include <functional>
 #include <gtest/gtest.h>
 #include <iterator>
+#include <malloc.h>
 #include <string>
 #include <sys/wait.h>
 #include <unistd.h>
 
 namespace support {
+
+/// How often a test does what it does: often enough to see a fault, or to prove that there is none.
+inline int rounds(int ordinary, int proving) {
+  return getenv("QIV_PROVE") ? proving : ordinary;
+}
 
 /// A folder that goes with the object. Paths made with "/" are strings.
 class TempDir {
@@ -32,12 +38,11 @@ private:
 };
 
 inline std::string readFile(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
+  return {std::istreambuf_iterator<char>(std::ifstream(path).rdbuf()), {}};
 }
 
 inline void writeFile(const std::string& path, const std::string& content) {
-  std::ofstream(path, std::ios::binary) << content;
+  std::ofstream(path) << content;
 }
 
 inline void writeScript(const std::string& path, const std::string& body) {
@@ -46,42 +51,31 @@ inline void writeScript(const std::string& path, const std::string& body) {
 }
 
 /// Puts a folder first on PATH as long as it lives.
-class PathPrefix {
-public:
+struct PathPrefix {
   explicit PathPrefix(const std::string& folder) {
     setenv("PATH", (folder + ":" + old).c_str(), 1);
   }
   ~PathPrefix() { setenv("PATH", old.c_str(), 1); }
-  PathPrefix(const PathPrefix&) = delete;
-  PathPrefix& operator=(const PathPrefix&) = delete;
-
-private:
   const std::string old = getenv("PATH");
 };
 
-/// Runs `body` in a forked process, for state that a process has only once. Returns what `body`
-/// returns; a child that dies makes the test fail.
+/// Runs `body` in processes of their own, all at once, each with its number.
+inline void inProcesses(int count, const std::function<void(int)>& body) {
+  for (int number = 0; number < count; ++number)
+    if (fork() == 0) {
+      body(number);
+      _exit(testing::Test::HasFailure());
+    }
+  for (int status; wait(&status) != -1;)
+    EXPECT_EQ(status, 0) << "a child process failed";
+}
+
+/// What `body` returns in a process of its own, for state that a process has only once.
 inline std::string inChild(const std::function<std::string()>& body) {
-  int ends[2];
-  EXPECT_EQ(pipe(ends), 0);
-  const pid_t child = fork();
-  if (child == 0) {
-    close(ends[0]);
-    const std::string result = body();
-    const bool written =
-        write(ends[1], result.data(), result.size()) == static_cast<ssize_t>(result.size());
-    _exit(written ? 0 : 1);
-  }
-  close(ends[1]);
-  std::string result;
-  char buffer[4096];
-  for (ssize_t count; (count = read(ends[0], buffer, sizeof buffer)) > 0;)
-    result.append(buffer, static_cast<std::size_t>(count));
-  close(ends[0]);
-  int status = 0;
-  waitpid(child, &status, 0);
-  EXPECT_EQ(status, 0) << "the child process failed";
-  return result;
+  const TempDir dir;
+  std::ofstream result(dir / "result"); // the child may lose the right to open it
+  inProcesses(1, [&](int) { result << body() << std::flush; });
+  return readFile(dir / "result");
 }
 
 /// How many descriptors this process has open.
@@ -89,13 +83,23 @@ inline long openDescriptors() {
   return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
 }
 
-/// Runs `use` many times; no descriptor may be left behind.
-inline void expectNoDescriptorLeft(int times, const std::function<void()>& use) {
-  use(); // what stays open from the first use on is no leak
-  const long before = openDescriptors();
+/// Calls `use` again and again: it may leave no descriptor and no memory behind.
+inline void expectNothingLeft(const std::string& what, int times,
+                              const std::function<void()>& use) {
+  for (int i = 0; i < 10 + times / 10; ++i)
+    use(); // what these make and keep is no leak
+  const long descriptors = openDescriptors();
+  const std::size_t memory = mallinfo2().uordblks;
   for (int i = 0; i < times; ++i)
     use();
-  EXPECT_EQ(openDescriptors(), before);
+  EXPECT_EQ(openDescriptors(), descriptors) << what;
+  EXPECT_LT(mallinfo2().uordblks, memory + 16UL * times) << what << ", at least 32 bytes each";
+  testing::Test::RecordProperty("calls that left nothing: " + what, times);
+}
+
+/// The same, without a name.
+inline void expectNoDescriptorLeft(int times, const std::function<void()>& use) {
+  expectNothingLeft("this", times, use);
 }
 
 } // namespace support
