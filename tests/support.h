@@ -78,6 +78,12 @@ inline std::string inChild(const std::function<std::string()>& body) {
   return readFile(dir / "result");
 }
 
+/// Puts a count of faults on record, of which there may be as many as `most`.
+inline void expectAtMost(int most, const std::string& what, int count) {
+  testing::Test::RecordProperty(what, count);
+  EXPECT_LE(count, most) << what;
+}
+
 /// How many descriptors this process has open.
 inline long openDescriptors() {
   return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
