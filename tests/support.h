@@ -62,10 +62,12 @@ struct PathPrefix {
 /// Runs `body` in processes of their own, all at once, each with its number.
 inline void inProcesses(int count, const std::function<void(int)>& body) {
   for (int number = 0; number < count; ++number)
-    if (fork() == 0) {
-      body(number);
-      _exit(testing::Test::HasFailure());
-    }
+    if (fork() == 0)
+      [&]() noexcept { // nothing may be thrown into the tests that follow
+        alarm(250);    // nor outlive them
+        body(number);
+        _exit(testing::Test::HasFailure());
+      }();
   for (int status; wait(&status) != -1;)
     EXPECT_EQ(status, 0) << "a child process failed";
 }
