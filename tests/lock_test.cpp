@@ -26,7 +26,7 @@ struct CrossprocessLockTest : testing::Test {
 // Of two waiters that find the same stale file, the slower one must not remove the file that the
 // faster one has made in its place.
 TEST_F(CrossprocessLockTest, HasOneHolderAtATime) {
-  const int stale = rounds(50, 225);
+  const int stale = rounds(30, 225);
   const std::string held = home / "held";
   inProcesses(9, [&](int) {
     for (int i = -500; i < stale; ++i) {
