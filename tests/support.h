@@ -94,11 +94,11 @@ inline long openDescriptors() {
 /// Calls `use` again and again: it may leave no descriptor and no memory behind.
 inline void expectNothingLeft(const std::string& what, int times,
                               const std::function<void()>& use) {
-  for (int i = 0; i < 10 + times / 10; ++i)
+  for (int i = 0; i < 10 + times / 10 && !testing::Test::HasFailure(); ++i)
     use(); // what these make and keep is no leak
   const long descriptors = openDescriptors();
   const std::size_t memory = mallinfo2().uordblks;
-  for (int i = 0; i < times; ++i)
+  for (int i = 0; i < times && !testing::Test::HasFailure(); ++i)
     use();
   EXPECT_EQ(openDescriptors(), descriptors) << what;
   EXPECT_LT(mallinfo2().uordblks, memory + 16UL * times) << what << ", at least 32 bytes each";
