@@ -71,14 +71,13 @@ TEST(Open, FollowsTheStandardsModes) {
   /// Where the stream stands, what it writes, what it can read then, what it leaves behind.
   const auto behaviour = [&](auto stream) {
     std::filebuf& buffer = *stream.rdbuf();
-    std::string text = std::to_string(buffer.pubseekoff(0, std::ios::cur)) + " ";
-    text += std::to_string(buffer.sputn("new", 3)) + " ";
-    buffer.pubseekpos(0);
-    text.append(std::istreambuf_iterator<char>(&buffer), {});
-    buffer.close();
-    text += readFile(path);
+    const std::vector<std::string> facts = {std::to_string(buffer.pubseekoff(0, std::ios::cur)),
+                                            std::to_string(buffer.sputn("new", 3)),
+                                            std::to_string(buffer.pubseekpos(0)),
+                                            {std::istreambuf_iterator<char>(&buffer), {}},
+                                            (buffer.close(), readFile(path))};
     writeFile(path, "old");
-    return text;
+    return facts;
   };
   writeFile(path, "old");
   for (int bits = 0; bits < 64; ++bits) {
@@ -98,8 +97,8 @@ TEST(Open, LeavesNoDescriptorHereNorInPrograms) {
     const std::unique_ptr<FILE, decltype(&fclose)> cIn(openCInputFileUTF8Name(a), &fclose),
         cOut(openCOutputFileUTF8Name(dir / "b"), &fclose);
     EXPECT_TRUE(out && in && cIn && cOut && fileExist(dir.getPath()));
-    static const bool first = cross::exec("ls /proc/self/fd") == inherited;
-    EXPECT_TRUE(first);
+    static const std::string inheritedToo = cross::exec("ls /proc/self/fd");
+    EXPECT_EQ(inheritedToo, inherited);
     for (const std::string& path : {dir / "no/such", a + std::string("\0b", 2)}) {
       EXPECT_FALSE(openOutputFileUTF8Name(path, std::ios::app) || openInputFileUTF8Name(path, {}));
       EXPECT_FALSE(openCOutputFileUTF8Name(path) || openCInputFileUTF8Name(path) ||
@@ -276,21 +275,21 @@ TEST(Directories, FollowHomeAndUserDirs) {
 
 TEST(Directories, DeveloperCheckListsTheFirstFolder) {
   const WorkingFolder folder;
-  const std::string output = inHome(".", [] {
+  EXPECT_EQ(std::system("mkdir -p 1path/a/b work .config\n"
+                        "touch 1path/a/b/жук .config/user-dirs.dirs"),
+            0);
+  const std::string output = inHome("..", [] {
     std::setlocale(LC_ALL, "C.UTF-8");
-    fs::create_directories("1path/a/b");
-    writeFile("1path/a/b/жук", "");
-    fs::create_directory("work");
     fs::current_path("work");
     testing::internal::CaptureStdout();
     cross::dirs_test();
-    std::printf("%d\n", cross::ls("none"));
-    return testing::internal::GetCapturedStdout();
+    const int missing = cross::ls("none");
+    return testing::internal::GetCapturedStdout() + std::to_string(missing);
   });
   std::size_t position = 0;
   for (const char* line :
-       {"sz=1 4096 \nlocale=C.UTF-8, CP=UTF-8\nappcache=./.cache/\nmydoc= 0x0 0x0 0x0\nglib_=",
-        "\nжук\nD0 B6\nmbw=0436 0443\nPATH_MAX=4096,/", "/work\nret=0\nCannot open dir none\n-1\n"})
+       {"sz=1 4096 \nlocale=C.UTF-8, CP=UTF-8\nappcache=../.cache/\nmydoc= 0x0 0x0 0x0\nglib_=",
+        "\nжук\nD0 B6\nmbw=0436 0443\nPATH_MAX=4096,/", "/work\nret=0\nCannot open dir none\n-1"})
     ASSERT_NE(position = output.find(line, position), std::string::npos) << line << output;
 }
 
@@ -303,6 +302,20 @@ TEST(Listing, SurvivesPathsOfAnyLength) {
                     [&] { EXPECT_EQ(cross::ls(folder.getPath().c_str()), 0); });
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "") << "what cannot be examined is not listed";
   EXPECT_EQ(std::system(("rm -r " + folder / "n*").c_str()), 0); // too deep for std::filesystem
+}
+
+TEST(Paths, AreCutAtTheLastSeparatorOrDot) {
+  // a path, its file name, that without extension, its directory, the path without extension
+  const char* const rows[][5] = {{"C:\\a\\b.tar.gz", "b.tar.gz", "b.tar", "C:\\a", "C:\\a\\b.tar"},
+                                 {"/a.d/b", "b", "b", "/a.d", "/a"},
+                                 {"/a/.b", ".b", "", "/a", "/a/"},
+                                 {"b", "b", "b", "", "b"}};
+  for (const auto& [path, name, stem, directory, withoutExtension] : rows) {
+    EXPECT_EQ(getPathFileName(path) + ":" + getPathFileNameWithoutExtension(path),
+              std::string(name) + ":" + stem);
+    EXPECT_EQ(getPathDirectory(path) + ":" + getPathWithoutExtension(path),
+              std::string(directory) + ":" + withoutExtension);
+  }
 }
 
 } // namespace
