@@ -163,7 +163,7 @@ TEST_F(SharedLog, LosesOneEntryAtMostOnAFullDisk) {
 TEST(LogClear, KeepsTheTenNewest) {
   const TempDir dir;
   const auto in = [&](const std::string& run) { return cross::exec(("cd " + dir / run).c_str()); };
-  const std::string others = " log_.htmlx log_html log_x.htm o.html ";
+  const std::string others = " log_.htmlx log_html log_x.htm logs.html ";
   in("; touch -d '11 days ago' log_.html; touch" + others +
      "; for i in 0 1 2 3 4 5 6 7 8 9 10; do touch -d \"$i days ago\" log_$i.html; done");
   LogObject log(dir / "");
