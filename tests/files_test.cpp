@@ -17,7 +17,7 @@ namespace fs = std::filesystem;
 namespace {
 
 TEST(Process, KeepsOutputAndExit) {
-  expectNothingLeft("commands that print, flood, fail, hang up or die", rounds(100, 10000), [] {
+  expectNothingLeft("rounds of 9 commands that print, flood or die", rounds(100, 5000), [] {
     EXPECT_EQ(cross::exec("printf 'a\\n\\n'") + cross::exec("printf 'a\\r\\n'"), "a\na\r");
     EXPECT_EQ(cross::exec("head -c 1000 /dev/zero | tr '\\0' x").size(), 1000U);
     EXPECT_EQ(cross::exec("true") + cross::exec(nullptr) + cross::exec("exec >&-; sleep 0"), "");
@@ -56,7 +56,7 @@ TEST(Process, SpawnsWithoutAShell) {
       {"no-such x", "- thrown Error net ifs cmd: no-such x<no-such x>\n"},
       {"'", "- thrown Error net ifs cmd: '<'>\n"},
       {"", "- thrown Error net ifs cmd: <>\n"}};
-  expectNothingLeft("spawned commands, missing ones too", rounds(100, 10000), [&] {
+  expectNothingLeft("rounds of 14 spawned commands, missing ones too", rounds(100, 1500), [&] {
     for (const auto& [command, text] : rows)
       EXPECT_EQ(outcome(command), text);
   });
@@ -91,19 +91,21 @@ TEST(Open, LeavesNoDescriptorHereNorInPrograms) {
   const TempDir dir;
   const std::string a = dir / "a", inherited = cross::exec("ls /proc/self/fd");
   writeFile(a, "123");
+  const auto open = [&] {
+    using CFile = std::unique_ptr<FILE, decltype(&fclose)>;
+    return std::tuple(openOutputFileUTF8Name(a, std::ios::app), openInputFileUTF8Name(a, {}),
+                      CFile(openCInputFileUTF8Name(a), &fclose),
+                      CFile(openCOutputFileUTF8Name(dir / "b"), &fclose));
+  };
+  const auto& [out, in, cIn, cOut] = open();
+  EXPECT_TRUE(out && in && cIn && cOut && fileExist(dir.getPath()));
+  EXPECT_EQ(cross::exec("ls /proc/self/fd"), inherited);
   expectNothingLeft("opened files, missing ones too", rounds(1000, 10000), [&] {
-    const auto out = openOutputFileUTF8Name(a, std::ios::app);
-    const auto in = openInputFileUTF8Name(a, {});
-    const std::unique_ptr<FILE, decltype(&fclose)> cIn(openCInputFileUTF8Name(a), &fclose),
-        cOut(openCOutputFileUTF8Name(dir / "b"), &fclose);
-    EXPECT_TRUE(out && in && cIn && cOut && fileExist(dir.getPath()));
-    static const std::string inheritedToo = cross::exec("ls /proc/self/fd");
-    EXPECT_EQ(inheritedToo, inherited);
-    for (const std::string& path : {dir / "no/such", a + std::string("\0b", 2)}) {
-      EXPECT_FALSE(openOutputFileUTF8Name(path, std::ios::app) || openInputFileUTF8Name(path, {}));
-      EXPECT_FALSE(openCOutputFileUTF8Name(path) || openCInputFileUTF8Name(path) ||
+    open();
+    for (const std::string& path : {dir / "no/such", a + std::string("\0b", 2)})
+      EXPECT_FALSE(openOutputFileUTF8Name(path, std::ios::app) || openInputFileUTF8Name(path, {}) ||
+                   openCOutputFileUTF8Name(path) || openCInputFileUTF8Name(path) ||
                    fileExist(path));
-    }
   });
   const cross::FileInfo info(a.c_str()), missing("/no/such"), null(nullptr);
   EXPECT_TRUE(info.st.st_size == 3 && missing.st.st_size == 0);
@@ -270,7 +272,7 @@ TEST(Directories, FollowHomeAndUserDirs) {
     expectNothingLeft("", rounds(100, 10000), [] { getQivCrossDocDir() + getThemesDir(); });
     return "";
   });
-  RecordProperty("calls that left nothing: well-known folders", rounds(100, 10000));
+  RecordProperty("with nothing left: calls for well-known folders", rounds(100, 10000));
 }
 
 TEST(Directories, DeveloperCheckListsTheFirstFolder) {

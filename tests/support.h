@@ -102,7 +102,7 @@ inline void expectNothingLeft(const std::string& what, int times,
     use();
   EXPECT_EQ(openDescriptors(), descriptors) << what;
   EXPECT_LT(mallinfo2().uordblks, memory + 16UL * times) << what << ", at least 32 bytes each";
-  testing::Test::RecordProperty("calls that left nothing: " + what, times);
+  testing::Test::RecordProperty("with nothing left: " + what, times);
 }
 
 /// The same, without a name.
