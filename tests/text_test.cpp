@@ -1,6 +1,7 @@
 #include <sys/sysmacros.h> // defines major and minor as macros, which the header must bear
 
 #include "qiv/text.h"
+#include "text/base64.h"
 
 #include <climits>
 #include <functional>
@@ -112,18 +113,31 @@ static Bytes randomBytes(std::size_t count) {
   return bytes;
 }
 
+static const bool avx2Ways[] = {false, __builtin_cpu_supports("avx2") != 0};
+
 TEST(Base64, AgreesWithGLib) {
-  for (unsigned int length = 0; length <= 300; ++length) {
-    const Bytes bytes = randomBytes(length);
-    gchar* expected = g_base64_encode(bytes.data(), length);
-    ASSERT_EQ(base64_encode(bytes.data(), length), expected);
-    ASSERT_EQ(base64_decode(expected), std::string(bytes.begin(), bytes.end()));
-    g_free(expected);
-  }
-  for (char byte = CHAR_MIN; byte < CHAR_MAX; ++byte) {
-    const bool foreign = !g_ascii_isalnum(byte) && byte != '+' && byte != '/';
-    EXPECT_EQ(base64_decode("TWFuTWF"s + byte + "TWFu") == "ManMa", foreign) << byte;
-  }
+  for (const bool avx2 : avx2Ways)
+    for (unsigned int length = 0; length <= 300; ++length) {
+      const Bytes bytes = randomBytes(length);
+      gchar* const glib = g_base64_encode(bytes.data(), length);
+      const std::string text = glib;
+      g_free(glib);
+      ASSERT_EQ(internal::encodeBase64(bytes.data(), length, avx2), text);
+      ASSERT_EQ(internal::decodeBase64(text, avx2), std::string(bytes.begin(), bytes.end()));
+    }
+}
+
+TEST(Base64, StopsAtTheFirstForeignCharacter) {
+  const std::string text = base64_encode(randomBytes(96).data(), 96);
+  for (const bool avx2 : avx2Ways)
+    for (int byte = CHAR_MIN; byte <= CHAR_MAX; ++byte)
+      for (std::size_t place = 0; place < text.size(); ++place) {
+        std::string damaged = text;
+        damaged[place] = static_cast<char>(byte);
+        const bool foreign = !g_ascii_isalnum(damaged[place]) && byte != '+' && byte != '/';
+        const std::size_t length = foreign ? place * 3 / 4 : 96;
+        ASSERT_EQ(internal::decodeBase64(damaged, avx2).size(), length) << byte << " " << place;
+      }
   EXPECT_EQ(base64_decode("TW Fu") + base64_decode("T") + base64_decode("=TWFu"), "M");
 }
 
