@@ -220,7 +220,7 @@ public:
 
   /// The bit.
   /// @{
-  bool get(std::size_t index) const;
+  bool get(std::size_t index) const { return (data[checkedByte(index)] & bitMask(index)) != 0; }
   bool operator[](std::size_t index) const { return get(index); }
   /// @}
 
@@ -229,8 +229,11 @@ public:
 
   /// Change one bit.
   /// @{
-  void set(std::size_t index, bool value);
-  void inverse(std::size_t index);
+  void set(std::size_t index, bool value) {
+    unsigned char& byte = data[checkedByte(index)];
+    byte = static_cast<unsigned char>(value ? byte | bitMask(index) : byte & ~bitMask(index));
+  }
+  void inverse(std::size_t index) { data[checkedByte(index)] ^= bitMask(index); }
   /// @}
 
   /// Bits that are added are false. Without `keepValues` all are, unless the size stays as it is.
@@ -263,6 +266,13 @@ public:
   /// @}
 
 private:
+  std::size_t checkedByte(std::size_t index) const {
+    if (index >= size)
+      throwOutOfRange();
+    return byteIndex(index);
+  }
+  [[noreturn]] static void throwOutOfRange();
+
   std::size_t size;
   std::vector<unsigned char> data;
 };

@@ -17,11 +17,6 @@ std::size_t byteCount(std::size_t size) {
   return size / 8 + (size % 8 != 0);
 }
 
-void checkIndex(std::size_t index, std::size_t size) {
-  if (index >= size)
-    throw std::out_of_range("Index out of range");
-}
-
 /// Zeroes the bits at and beyond `size` of the byte in which the bit before it lies.
 void clearPadding(Bytes& bytes, std::size_t size) {
   if (size % 8 != 0)
@@ -32,26 +27,10 @@ void clearPadding(Bytes& bytes, std::size_t size) {
 
 BitArray::BitArray(std::size_t size) : size(size), data(byteCount(size)) {}
 
-bool BitArray::get(std::size_t index) const {
-  checkIndex(index, size);
-  return (data[byteIndex(index)] & bitMask(index)) != 0;
-}
-
 bool BitArray::hasAnyTrue() const {
   // All bytes are zero when the first one is and each equals the one before it.
   return !data.empty() &&
          (data[0] != 0 || std::memcmp(data.data(), data.data() + 1, data.size() - 1) != 0);
-}
-
-void BitArray::set(std::size_t index, bool value) {
-  checkIndex(index, size);
-  unsigned char& byte = data[byteIndex(index)];
-  byte = static_cast<unsigned char>(value ? byte | bitMask(index) : byte & ~bitMask(index));
-}
-
-void BitArray::inverse(std::size_t index) {
-  checkIndex(index, size);
-  data[byteIndex(index)] ^= bitMask(index);
 }
 
 void BitArray::resize(std::size_t newSize, bool keepValues) {
@@ -105,6 +84,10 @@ void BitArray::fillData(const unsigned char* source, std::size_t offset, std::si
   // A vector of its own: the source may lie in the bytes that go.
   data = Bytes(first, first + count);
   size = count * 8;
+}
+
+void BitArray::throwOutOfRange() {
+  throw std::out_of_range("Index out of range");
 }
 
 } // namespace Qiv
