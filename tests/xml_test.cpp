@@ -16,8 +16,17 @@ TEST(XmlHelper, EscapesFiveBytesAndNoOther) {
   for (int c = 0; c < 256; ++c)
     if (c == 0 || !std::strchr("&<>\"'", c))
       others += static_cast<char>(c);
-  EXPECT_EQ(XmlHelper::escapeXml(others), others);
+  EXPECT_EQ(XmlHelper::escapeXml(others + "<" + others), others + "&lt;" + others);
   EXPECT_EQ(XmlHelper::escapeXml("a&&amp;<b>\"'"), "a&amp;&amp;amp;&lt;b&gt;&quot;&apos;");
+}
+
+TEST(XmlHelper, EscapesWhereverMarkupStands) {
+  for (const std::size_t size : {1, 8, 15, 512, 530})
+    for (std::size_t at = 0; at < size; ++at) {
+      const std::string before(at, 'x'), behind(size - at, 'y');
+      ASSERT_EQ(XmlHelper::escapeXml("<" + before + "'" + behind),
+                "&lt;" + before + "&apos;" + behind);
+    }
 }
 
 TEST(XmlHelper, RemovesUpToTheFirstDeclarationEnd) {

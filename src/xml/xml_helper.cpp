@@ -1,43 +1,107 @@
 #include "qiv/xml.h"
 
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <cstring>
 #include <iostream>
 #include <libxml++/document.h>
 #include <libxml++/nodes/element.h>
+#include <string_view>
 
 namespace Qiv {
 
 namespace {
 
-/// The entity of a markup character, null for any other.
-const char* entity(char c) {
-  switch (c) {
-  case '&':
-    return "&amp;";
-  case '<':
-    return "&lt;";
-  case '>':
-    return "&gt;";
-  case '"':
-    return "&quot;";
-  case '\'':
-    return "&apos;";
-  default:
-    return nullptr;
+/// A text of up to seven characters in the order of memory, its length in the highest byte.
+constexpr std::uint64_t packed(std::string_view text) {
+  std::uint64_t word = text.size() << 56;
+  for (std::size_t i = 0; i < text.size(); ++i)
+    word |= std::uint64_t{static_cast<unsigned char>(text[i])} << 8 * i;
+  return word;
+}
+
+/// What is written for each byte.
+constexpr std::array<std::uint64_t, 256> makeTable() {
+  std::array<std::uint64_t, 256> table{};
+  for (std::size_t byte = 0; byte < table.size(); ++byte) {
+    const char c = static_cast<char>(byte);
+    table[byte] = packed({&c, 1});
   }
+  table['&'] = packed("&amp;");
+  table['<'] = packed("&lt;");
+  table['>'] = packed("&gt;");
+  table['"'] = packed("&quot;");
+  table['\''] = packed("&apos;");
+  return table;
+}
+
+constexpr std::array<std::uint64_t, 256> table = makeTable();
+
+std::uint64_t inEachByte(std::uint64_t byte) {
+  return byte * 0x0101010101010101;
+}
+
+/// Not zero when a byte is zero.
+std::uint64_t zeroBytes(std::uint64_t word) {
+  return (word - inEachByte(1)) & ~word & inEachByte(0x80);
+}
+
+bool hasMarkup(std::uint64_t word) {
+  // & and ' differ in one bit, < and > in another.
+  return (zeroBytes((word & inEachByte(0xFE)) ^ inEachByte('&')) |
+          zeroBytes((word & inEachByte(0xFD)) ^ inEachByte('<')) |
+          zeroBytes(word ^ inEachByte('"'))) != 0;
+}
+
+/// The start of the first markup character, or the end.
+const char* findMarkup(const char* text, const char* end) {
+  for (const char c : {'&', '<', '>', '"', '\''})
+    if (const void* found = std::memchr(text, c, static_cast<std::size_t>(end - text)))
+      end = static_cast<const char*>(found);
+  return end;
+}
+
+char* escapeBytes(const char* text, const char* end, char* out) {
+  for (; text != end; ++text) {
+    const std::uint64_t written = table[static_cast<unsigned char>(*text)];
+    std::memcpy(out, &written, 8);
+    out += written >> 56;
+  }
+  return out;
+}
+
+/// Returns where `out` ends; what lies in the seven bytes behind may change.
+char* escape(const char* text, const char* end, char* out) {
+  for (; end - text >= 8; text += 8) {
+    std::uint64_t word;
+    std::memcpy(&word, text, 8);
+    if (hasMarkup(word)) {
+      out = escapeBytes(text, text + 8, out);
+    } else {
+      std::memcpy(out, &word, 8);
+      out += 8;
+    }
+  }
+  return escapeBytes(text, end, out);
 }
 
 } // namespace
 
 std::string XmlHelper::escapeXml(const std::string& text) {
-  std::string escaped;
+  const char* const end = text.data() + text.size();
+  const char* start = findMarkup(text.data(), end);
+  if (start == end)
+    return text;
+  std::string escaped(text.data(), start);
   escaped.reserve(text.size());
-  std::size_t plain = 0; // start of the stretch that is copied as it stands
-  for (std::size_t i = 0; i < text.size(); ++i)
-    if (const char* replacement = entity(text[i])) {
-      escaped.append(text, plain, i - plain).append(replacement);
-      plain = i + 1;
-    }
-  return escaped.append(text, plain, std::string::npos);
+  constexpr std::ptrdiff_t step = 512;
+  char block[6 * step + 7];
+  for (const char* stop; start != end; start = stop) {
+    stop = start + std::min(step, end - start);
+    escaped.append(block, escape(start, stop, block));
+  }
+  return escaped;
 }
 
 std::string XmlHelper::_removeXmlDeclaration(const std::string& xml) {
