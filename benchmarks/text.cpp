@@ -381,8 +381,10 @@ private:
 
 void addRecent() {
   std::vector<std::string> names;
-  for (int i = 0; i < 40; ++i)
-    names.push_back("/home/user/Documents/project/file" + std::to_string(i * 7 % 30) + ".xml");
+  for (int i = 60; i < 120; ++i) { // every second is one of those before
+    const int number = i % 2 == 0 ? i : i - 7;
+    names.push_back("/home/user/Documents/project/file" + std::to_string(number % 60) + ".xml");
+  }
   const auto way = [&](auto recent) {
     return [=] {
       for (const std::string& name : names)
@@ -390,7 +392,7 @@ void addRecent() {
       return recent->serialize();
     };
   };
-  bench::Row("recent collection: 40 added, 20 serialized", 0.8,
+  bench::Row("recent collection: 60 added, half of them new, and serialized", 0.8,
              way(std::make_shared<Qiv::RecentCollection>(recentCount)),
              way(std::make_shared<RecentPlainly>()))
       .peer("list with hash", way(std::make_shared<RecentList>()))
