@@ -56,7 +56,7 @@ TEST(Process, SpawnsWithoutAShell) {
       {"no-such x", "- thrown Error net ifs cmd: no-such x<no-such x>\n"},
       {"'", "- thrown Error net ifs cmd: '<'>\n"},
       {"", "- thrown Error net ifs cmd: <>\n"}};
-  expectNothingLeft("rounds of 14 spawned commands, missing ones too", rounds(100, 1500), [&] {
+  expectNothingLeft("rounds of 14 spawned commands, missing ones too", rounds(50, 1500), [&] {
     for (const auto& [command, text] : rows)
       EXPECT_EQ(outcome(command), text);
   });

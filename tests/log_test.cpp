@@ -67,8 +67,9 @@ TEST(Log, TellsLocalTime) {
 /// A page into which writers put numbered entries.
 struct SharedLog : testing::Test {
   static std::string message(int writer, int number) {
+    const long longest = number % 4 ? 400 : rounds(20400, 65400);
     return std::to_string(writer) + " " + std::to_string(number) +
-           std::string(80 + number * 7919L % rounds(20400, 65400), '.');
+           std::string(80 + number * 7919L % longest, '.');
   }
   void write(int writer, int count) {
     for (int number = 0; number < count; ++number)
@@ -153,10 +154,10 @@ TEST_F(SharedLog, LosesOneEntryAtMostOnAFullDisk) {
   signal(SIGXFSZ, SIG_IGN);
   const rlimit full{65536, RLIM_INFINITY}, free{RLIM_INFINITY, RLIM_INFINITY};
   setrlimit(RLIMIT_FSIZE, &full);
-  write(0, 20);
+  write(0, 200);
   setrlimit(RLIMIT_FSIZE, &free);
   expectGoesOn();
-  EXPECT_GT(whole[0], 1);
+  EXPECT_TRUE(whole[0] > 1 && whole[0] < 200);
   expectAtMost(1, "entries damaged by a full disk", damaged);
 }
 
