@@ -48,12 +48,14 @@ private:
   Row& add(const std::string& name, Way way, double target = 0) {
     benchmark::RegisterBenchmark((operation + "|" + name).c_str(), [=](benchmark::State& state) {
       for (auto _ : state)
-        if constexpr (std::is_invocable_v<Way, benchmark::State&>)
+        if constexpr (std::is_invocable_v<Way, benchmark::State&>) {
           way(state);
-        else if constexpr (std::is_void_v<std::invoke_result_t<Way>>)
+        } else if constexpr (std::is_void_v<std::invoke_result_t<Way>>) {
           way();
-        else
+          benchmark::ClobberMemory();
+        } else {
           benchmark::DoNotOptimize(way());
+        }
       state.counters["target"] = target;
     })->UseRealTime();
     return *this;

@@ -97,11 +97,12 @@ std::string decodeByAbseil(const std::string& text) {
   return bytes;
 }
 
-template <typename Decode>
-auto freed(Decode decode) {
+/// A way whose result GLib allocates.
+template <typename Call>
+auto freed(Call call) {
   return [=] {
     gsize length = 0;
-    auto* const result = decode(&length);
+    auto* const result = call(&length);
     benchmark::DoNotOptimize(*result);
     g_free(result);
   };
@@ -204,16 +205,15 @@ using Bytes = std::vector<unsigned char>;
 
 constexpr std::size_t megabit = 1 << 20;
 
-/// The same bits in each of the peers.
+/// Every `step`th bit set, in each of the peers.
 struct Bits {
-  std::size_t step;
   Qiv::BitArray ours{megabit};
   Bytes plain = Bytes(megabit / 8);
   boost::dynamic_bitset<> boost{megabit};
   std::vector<bool> vector = std::vector<bool>(megabit);
 
-  explicit Bits(std::size_t step) : step(step) {
-    for (std::size_t i = 0; i < megabit; i += step) {
+  explicit Bits(std::size_t step) {
+    for (std::size_t i = step; i < megabit; i += step) {
       ours.set(i, true);
       plain[i / 8] |= static_cast<unsigned char>(1 << i % 8);
       boost.set(i);
@@ -222,23 +222,11 @@ struct Bits {
   }
 };
 
-/// Sets every bit by its index, then counts.
-template <typename Set, typename Get>
-std::size_t setAndCount(Set set, Get get) {
-  std::size_t count = 0;
-  for (std::size_t i = 0; i < megabit; ++i)
-    set(i, i % 3 == 0);
-  for (std::size_t i = 0; i < megabit; ++i)
-    count += get(i);
-  return count;
-}
-
-void addBits() {
+void addWholeBits(const std::string& title) {
   const auto a = std::make_shared<Bits>(3), b = std::make_shared<Bits>(5);
   const auto none = std::make_shared<Bits>(megabit);
-  none->ours.set(0, false), none->plain[0] = 0, none->boost.reset(0), none->vector[0] = false;
   bench::Row(
-      "bit array of 1 Mbit: inverseAll", 0.6,
+      title + "inverseAll", 0.6,
       [=]() -> const Bytes& {
         a->ours.inverseAll();
         return a->ours.getData();
@@ -251,72 +239,68 @@ void addBits() {
       .peer("boost", [=] { a->boost.flip(); })
       .peer("vector<bool>", [=] { a->vector.flip(); });
   bench::Row(
-      "bit array of 1 Mbit: xor", 0.6,
+      title + "xor", 0.6,
       [=]() -> const Bytes& {
         a->ours.xorWith(b->ours);
         return a->ours.getData();
       },
       [=]() -> const Bytes& {
-        for (std::size_t i = 0; i < a->plain.size(); ++i)
-          a->plain[i] ^= b->plain[i];
+        const unsigned char* other = b->plain.data();
+        for (unsigned char& byte : a->plain)
+          byte ^= *other++;
         return a->plain;
       })
       .peer("boost", [=] { a->boost ^= b->boost; });
   bench::Row(
-      "bit array of 1 Mbit: hasAnyTrue", 0.35, [=] { return none->ours.hasAnyTrue(); },
+      title + "hasAnyTrue", 0.35, [=] { return none->ours.hasAnyTrue(); },
       [=] {
-        for (const unsigned char byte : none->plain)
-          if (byte != 0)
-            return true;
-        return false;
+        return std::any_of(none->plain.begin(), none->plain.end(), [](int byte) { return byte; });
       })
       .peer("boost", [=] { return none->boost.any(); })
       .peer("vector<bool>", [=] {
         return std::find(none->vector.begin(), none->vector.end(), true) != none->vector.end();
       });
-  bench::Row("bit array of 1 Mbit: resize keeping", 2,
-             [=] {
-               Qiv::BitArray bits = b->ours;
-               bits.resize(megabit + 1, true);
-               return bits;
-             })
-      .peer("boost",
-            [=] {
-              boost::dynamic_bitset<> bits = b->boost;
-              bits.resize(megabit + 1);
-              return bits;
-            })
-      .peer("vector<bool>", [=] {
-        std::vector<bool> bits = b->vector;
-        bits.resize(megabit + 1);
-        return bits;
-      });
+}
+
+void addResize(const std::string& title) {
+  const auto bits = std::make_shared<Bits>(3);
+  const auto grown = [](auto copy, auto... keepValues) {
+    copy.resize(megabit + 1, keepValues...);
+    return copy;
+  };
   bench::Row(
-      "bit array of 1 Mbit: set and get loop", 1.4,
+      title + "resize keeping", 2, [=] { return grown(bits->ours, true).getData(); },
       [=] {
-        return setAndCount([&](std::size_t i, bool value) { a->ours.set(i, value); },
-                           [&](std::size_t i) { return a->ours.get(i); });
-      },
-      [=] {
-        return setAndCount(
-            [&](std::size_t i, bool value) {
-              const auto mask = static_cast<unsigned char>(1 << i % 8);
-              if (value)
-                a->plain.at(i / 8) |= mask;
-              else
-                a->plain.at(i / 8) &= static_cast<unsigned char>(~mask);
-            },
-            [&](std::size_t i) { return (a->plain.at(i / 8) >> i % 8 & 1) != 0; });
+        Bytes bytes(bits->plain.size() + 1);
+        for (std::size_t i = 0; i < megabit; ++i)
+          bytes[i / 8] |= static_cast<unsigned char>(bits->plain[i / 8] & 1 << i % 8);
+        return bytes;
       })
-      .peer("boost",
-            [=] {
-              return setAndCount([&](std::size_t i, bool value) { a->boost[i] = value; },
-                                 [&](std::size_t i) { return a->boost[i]; });
-            })
-      .peer("vector<bool>", [=] {
-        return setAndCount([&](std::size_t i, bool value) { a->vector[i] = value; },
-                           [&](std::size_t i) { return a->vector[i]; });
-      });
+      .peer("boost", [=] { return grown(bits->boost); })
+      .peer("vector<bool>", [=] { return grown(bits->vector); });
+}
+
+void addBitLoop(const std::string& title) {
+  const auto bits = std::make_shared<Bits>(5);
+  const auto loop = [](auto set, auto get) {
+    return [=] {
+      std::size_t count = 0;
+      for (std::size_t i = 0; i < megabit; ++i)
+        set(i, i % 3 == 0);
+      for (std::size_t i = 0; i < megabit; ++i)
+        count += get(i);
+      return count;
+    };
+  };
+  bench::Row(title + "set and get loop", 1.4,
+             loop([=](std::size_t i, bool value) { bits->ours.set(i, value); },
+                  [=](std::size_t i) { return bits->ours.get(i); }),
+             loop([=](std::size_t i, bool value) { bits->vector.at(i) = value; },
+                  [=](std::size_t i) { return bits->vector.at(i); }))
+      .peer("boost", loop([=](std::size_t i, bool value) { bits->boost[i] = value; },
+                          [=](std::size_t i) { return bits->boost[i]; }))
+      .peer("vector<bool>", loop([=](std::size_t i, bool value) { bits->vector[i] = value; },
+                                 [=](std::size_t i) { return bits->vector[i]; }));
 }
 
 constexpr std::size_t recentCount = 20;
@@ -411,6 +395,9 @@ void bench::addText() {
   addReplace("many", 8, 0.35);
   addInclude("Infinity", 2.5);
   addInclude("Content-Type: application/octet-stream; charset=utf-8; version=1", 2.5);
-  addBits();
+  const std::string bits = "bit array of 1 Mbit: ";
+  addWholeBits(bits);
+  addResize(bits);
+  addBitLoop(bits);
   addRecent();
 }
