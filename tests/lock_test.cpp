@@ -35,10 +35,10 @@ TEST_F(CrossprocessLockTest, HasOneHolderAtATime) {
         std::ofstream(home / "together", std::ios::app) << '!';
       usleep(20);
       rmdir(held.c_str());
-      if (i >= 0) {
-        setAge(121);
+      if (i >= -250)
+        setAge(121); // may be taken over while it is released
+      if (i >= 0)
         lock.release(); // leaves a stale file to eight waiters
-      }
     }
   });
   const std::string takeOvers = std::to_string(9 * stale) + " stale take-overs by eight waiters";
