@@ -3,6 +3,7 @@
 
 /// What the tests of several families share: scratch folders, child processes, fake tools, counts.
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -10,6 +11,7 @@
 #include <gtest/gtest.h>
 #include <iterator>
 #include <malloc.h>
+#include <sstream>
 #include <string>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -101,13 +103,35 @@ inline void expectNothingLeft(const std::string& what, int times,
   for (int i = 0; i < times && !testing::Test::HasFailure(); ++i)
     use();
   EXPECT_EQ(openDescriptors(), descriptors) << what;
-  EXPECT_LT(mallinfo2().uordblks, memory + 16UL * times) << what << ", at least 32 bytes each";
+  const std::size_t caches = std::max(16384UL, 16UL * times); // a leak has at least 32 bytes
+  EXPECT_LT(mallinfo2().uordblks, memory + caches) << what;
   testing::Test::RecordProperty("with nothing left: " + what, times);
 }
 
 /// The same, without a name.
 inline void expectNoDescriptorLeft(int times, const std::function<void()>& use) {
   expectNothingLeft("this", times, use);
+}
+
+/// Calls `use` with the prefix and with each text of up to `length` characters of the alphabet
+/// after it.
+inline void everyText(const std::string& prefix, const std::string& alphabet, int length,
+                      const std::function<void(const std::string&)>& use) {
+  use(prefix);
+  for (std::size_t i = 0; length > 0 && i < alphabet.size() && !testing::Test::HasFailure(); ++i)
+    everyText(prefix + alphabet[i], alphabet, length - 1, use);
+}
+
+/// Compares what `use` makes of texts with rows of "text expected". In a text a "_" stands for a
+/// blank and a "~" for nothing.
+inline void expectRows(const std::string& rows,
+                       const std::function<std::string(const std::string&)>& use) {
+  std::istringstream in(rows);
+  for (std::string text, expected; in >> text >> expected;) {
+    std::replace(text.begin(), text.end(), '_', ' ');
+    text.erase(std::remove(text.begin(), text.end(), '~'), text.end());
+    EXPECT_EQ(use(text), expected) << text;
+  }
 }
 
 } // namespace support
