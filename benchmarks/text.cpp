@@ -223,65 +223,69 @@ struct Bits {
 };
 
 void addWholeBits(const std::string& title) {
-  const auto a = std::make_shared<Bits>(3), b = std::make_shared<Bits>(5);
-  const auto none = std::make_shared<Bits>(megabit);
+  static Bits a(3), b(5), none(megabit);
   bench::Row(
       title + "inverseAll", 0.6,
-      [=]() -> const Bytes& {
-        a->ours.inverseAll();
-        return a->ours.getData();
+      []() -> const Bytes& {
+        a.ours.inverseAll();
+        return a.ours.getData();
       },
-      [=]() -> const Bytes& {
-        for (unsigned char& byte : a->plain)
+      []() -> const Bytes& {
+        for (unsigned char& byte : a.plain)
           byte = static_cast<unsigned char>(~byte);
-        return a->plain;
+        return a.plain;
       })
-      .peer("boost", [=] { a->boost.flip(); })
-      .peer("vector<bool>", [=] { a->vector.flip(); });
+      .peer("boost", [] { a.boost.flip(); })
+      .peer("vector<bool>", [] { a.vector.flip(); });
   bench::Row(
       title + "xor", 0.6,
-      [=]() -> const Bytes& {
-        a->ours.xorWith(b->ours);
-        return a->ours.getData();
+      []() -> const Bytes& {
+        a.ours.xorWith(b.ours);
+        return a.ours.getData();
       },
-      [=]() -> const Bytes& {
-        const unsigned char* other = b->plain.data();
-        for (unsigned char& byte : a->plain)
+      []() -> const Bytes& {
+        const unsigned char* other = b.plain.data();
+        for (unsigned char& byte : a.plain)
           byte ^= *other++;
-        return a->plain;
+        return a.plain;
       })
-      .peer("boost", [=] { a->boost ^= b->boost; });
+      .peer("boost", [] { a.boost ^= b.boost; });
   bench::Row(
-      title + "hasAnyTrue", 0.35, [=] { return none->ours.hasAnyTrue(); },
-      [=] {
-        return std::any_of(none->plain.begin(), none->plain.end(), [](int byte) { return byte; });
+      title + "hasAnyTrue", 0.35, [] { return none.ours.hasAnyTrue(); },
+      [] {
+        return std::any_of(none.plain.begin(), none.plain.end(), [](int byte) { return byte; });
       })
-      .peer("boost", [=] { return none->boost.any(); })
-      .peer("vector<bool>", [=] {
-        return std::find(none->vector.begin(), none->vector.end(), true) != none->vector.end();
+      .peer("boost", [] { return none.boost.any(); })
+      .peer("vector<bool>", [] {
+        return std::find(none.vector.begin(), none.vector.end(), true) != none.vector.end();
       });
 }
 
+struct Grown {
+  Qiv::BitArray bits;
+  bool operator==(const Bytes& bytes) const { return bits.getData() == bytes; }
+};
+
 void addResize(const std::string& title) {
-  const auto bits = std::make_shared<Bits>(3);
-  const auto grown = [](auto copy, auto... keepValues) {
+  static const Bits bits(3);
+  static const auto grown = [](auto copy, auto... keepValues) {
     copy.resize(megabit + 1, keepValues...);
     return copy;
   };
   bench::Row(
-      title + "resize keeping", 2, [=] { return grown(bits->ours, true).getData(); },
-      [=] {
-        Bytes bytes(bits->plain.size() + 1);
+      title + "resize keeping", 2, [] { return Grown{grown(bits.ours, true)}; },
+      [] {
+        Bytes bytes(bits.plain.size() + 1);
         for (std::size_t i = 0; i < megabit; ++i)
-          bytes[i / 8] |= static_cast<unsigned char>(bits->plain[i / 8] & 1 << i % 8);
+          bytes[i / 8] |= static_cast<unsigned char>(bits.plain[i / 8] & 1 << i % 8);
         return bytes;
       })
-      .peer("boost", [=] { return grown(bits->boost); })
-      .peer("vector<bool>", [=] { return grown(bits->vector); });
+      .peer("boost", [] { return grown(bits.boost); })
+      .peer("vector<bool>", [] { return grown(bits.vector); });
 }
 
 void addBitLoop(const std::string& title) {
-  const auto bits = std::make_shared<Bits>(5);
+  static Bits bits(5);
   const auto loop = [](auto set, auto get) {
     return [=] {
       std::size_t count = 0;
@@ -293,14 +297,14 @@ void addBitLoop(const std::string& title) {
     };
   };
   bench::Row(title + "set and get loop", 1.4,
-             loop([=](std::size_t i, bool value) { bits->ours.set(i, value); },
-                  [=](std::size_t i) { return bits->ours.get(i); }),
-             loop([=](std::size_t i, bool value) { bits->vector.at(i) = value; },
-                  [=](std::size_t i) { return bits->vector.at(i); }))
-      .peer("boost", loop([=](std::size_t i, bool value) { bits->boost[i] = value; },
-                          [=](std::size_t i) { return bits->boost[i]; }))
-      .peer("vector<bool>", loop([=](std::size_t i, bool value) { bits->vector[i] = value; },
-                                 [=](std::size_t i) { return bits->vector[i]; }));
+             loop([](std::size_t i, bool value) { bits.ours.set(i, value); },
+                  [](std::size_t i) { return bits.ours.get(i); }),
+             loop([](std::size_t i, bool value) { bits.vector.at(i) = value; },
+                  [](std::size_t i) { return bits.vector.at(i); }))
+      .peer("boost", loop([](std::size_t i, bool value) { bits.boost[i] = value; },
+                          [](std::size_t i) { return bits.boost[i]; }))
+      .peer("vector<bool>", loop([](std::size_t i, bool value) { bits.vector[i] = value; },
+                                 [](std::size_t i) { return bits.vector[i]; }));
 }
 
 constexpr std::size_t recentCount = 20;
