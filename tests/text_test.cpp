@@ -33,6 +33,8 @@ TEST(StringHelper, MatchesAtAPosition) {
   EXPECT_FALSE(isInclude(cut, "c\0def"s, 2, 99, true) || isInclude(cut, "def", 4, 99, false));
   for (const char* locale : {"de_DE.ISO-8859-1", "C"})
     for (int i = setlocale(LC_ALL, locale) ? 0 : 1 << 16; i < 1 << 16; ++i) {
+      if (locale != "C"s && strncasecmp("\xC4", "\xE4", 1) != 0)
+        break; // that of a sanitizer, which folds ASCII only
       const std::string a(1, static_cast<char>(i)), b(1, static_cast<char>(i >> 8));
       const bool alike = std::tolower(i & 0xFF) == std::tolower(i >> 8);
       ASSERT_EQ(isInclude("<" + a, b, 1, 2, true), alike) << locale << i;
