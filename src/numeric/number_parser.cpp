@@ -24,17 +24,31 @@ constexpr SpecialNumber specialNumbers[] = {
     {"inf", std::numeric_limits<double>::infinity()},
 };
 
-bool isAt(std::string_view text, std::size_t pos, std::string_view characters) {
-  return pos < text.size() && characters.find(text[pos]) != npos;
+bool isBlank(char c) {
+  return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
+bool isExponentMark(char c) {
+  return c == 'e' || c == 'E';
+}
+
+bool isDigit(char c) {
+  return c >= '0' && c <= '9';
+}
+
+/// The character at `pos`, NUL behind the end.
+char at(std::string_view text, std::size_t pos) {
+  return pos < text.size() ? text[pos] : '\0';
 }
 
 /// What follows the blanks and the "+", neither of which from_chars reads, at `pos`; nothing when a
 /// second sign follows.
 std::string_view skipPrefix(std::string_view text, std::size_t pos) {
-  pos = std::min(text.find_first_not_of(" \t\n\v\f\r", pos), text.size());
-  if (isAt(text, pos, "+"))
-    pos = isAt(text, pos + 1, "-") ? text.size() : pos + 1;
-  return text.substr(pos);
+  while (isBlank(at(text, pos)))
+    ++pos;
+  if (at(text, pos) == '+')
+    pos = at(text, pos + 1) == '-' ? text.size() : pos + 1;
+  return text.substr(std::min(pos, text.size()));
 }
 
 /// Tells of a number beyond the range of double whether it is too small, not too large. Its power
@@ -54,8 +68,8 @@ bool isUnderflow(std::string_view number) {
 /// Where the number at `pos` ends, npos when a stream would not read one.
 std::size_t readFloating(std::string_view text, std::size_t pos, double& out) {
   const std::string_view rest = skipPrefix(text, pos);
-  const bool negative = isAt(rest, 0, "-");
-  if (!isAt(rest, negative, ".0123456789")) // from_chars reads "nan(1)" too
+  const bool negative = at(rest, 0) == '-';
+  if (const char c = at(rest, negative); c != '.' && !isDigit(c)) // from_chars reads "nan(1)" too
     return npos;
   double value = negative ? -0.0 : 0.0; // stays so on underflow
   const auto [end, error] = std::from_chars(rest.data(), rest.data() + rest.size(), value);
@@ -63,7 +77,7 @@ std::size_t readFloating(std::string_view text, std::size_t pos, double& out) {
     return npos;
 
   const std::string_view number = rest.substr(0, static_cast<std::size_t>(end - rest.data()));
-  if (isAt(rest, number.size(), "eE") && number.find_first_of("eE") == npos)
+  if (isExponentMark(at(rest, number.size())) && number.find_first_of("eE") == npos)
     return npos; // a stream has taken the mark and misses the exponent's digits
   if (error == std::errc::result_out_of_range && !isUnderflow(number))
     return npos;
@@ -79,7 +93,7 @@ bool startsWithName(std::string_view text, std::string_view name) {
 }
 
 std::size_t readSpecial(std::string_view text, std::size_t pos, double& out) {
-  const bool negative = isAt(text, pos, "-");
+  const bool negative = at(text, pos) == '-';
   const std::string_view rest = text.substr(std::min(pos + negative, text.size()));
   for (const auto& [name, value] : specialNumbers)
     if (startsWithName(rest, name)) {
@@ -94,9 +108,39 @@ std::size_t readAny(std::string_view text, std::size_t pos, double& out) {
   return end != npos ? end : readSpecial(text, pos, out);
 }
 
+/// Reads a text such as "-12.5". Its digits and the power of ten to divide them by must be exact,
+/// then the quotient is the nearest double. False for any other text.
+bool readShort(std::string_view text, double& out) {
+  constexpr std::size_t maxSize = 17; // what overflows no integer
+  constexpr unsigned long maxExact = 1UL << std::numeric_limits<double>::digits;
+  if (text.size() > maxSize)
+    return false;
+  const bool negative = at(text, 0) == '-';
+  unsigned long number = 0;
+  std::size_t digits = 0;
+  std::size_t digitsBeforePoint = npos;
+  for (const char c : text.substr(negative))
+    if (isDigit(c)) {
+      number = number * 10 + static_cast<unsigned long>(c - '0');
+      ++digits;
+    } else if (c == '.' && digitsBeforePoint == npos) {
+      digitsBeforePoint = digits;
+    } else {
+      return false;
+    }
+  if (digits == 0 || number > maxExact)
+    return false;
+  const std::size_t decimals = digits - std::min(digitsBeforePoint, digits);
+  const double value = static_cast<double>(number) / internal::powersOfTen[decimals];
+  out = negative ? -value : value;
+  return true;
+}
+
 } // namespace
 
 bool internal::tryConvert(std::string_view text, double& out) {
+  if (readShort(text, out))
+    return true;
   double value = 0;
   if (text.empty() || readAny(text, 0, value) != text.size())
     return false;
@@ -104,15 +148,10 @@ bool internal::tryConvert(std::string_view text, double& out) {
   return true;
 }
 
-bool internal::tryConvert(std::string_view text, int& out) {
+std::size_t internal::readInt(std::string_view text, int& out) {
   const std::string_view number = skipPrefix(text, 0);
-  const char* const last = number.data() + number.size();
-  int value = 0;
-  const auto [end, error] = std::from_chars(number.data(), last, value);
-  if (error != std::errc() || end != last)
-    return false;
-  out = value;
-  return true;
+  const auto [end, error] = std::from_chars(number.data(), number.data() + number.size(), out);
+  return error == std::errc() ? static_cast<std::size_t>(end - text.data()) : npos;
 }
 
 template <>
@@ -122,7 +161,11 @@ bool tryConvert<double, true>(const std::string& text, double& out) {
 
 template <>
 bool tryConvert<int, true>(const std::string& text, int& out) {
-  return internal::tryConvert(text, out);
+  int value = 0;
+  if (internal::readInt(text, value) != text.size())
+    return false;
+  out = value;
+  return true;
 }
 
 template <>

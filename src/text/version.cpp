@@ -2,6 +2,9 @@
 
 #include "numeric/number_text.h"
 
+#include <charconv>
+#include <iterator>
+#include <limits>
 #include <stdexcept>
 #include <tuple>
 
@@ -39,14 +42,16 @@ std::string Version::to_string() const {
 }
 
 std::string Version::to_string(int count) const {
+  constexpr int maxLength = std::numeric_limits<int>::digits10 + 2;
   const int parts[] = {major, minor, build, revision};
-  std::string text;
+  char text[4 * maxLength];
+  char* end = text;
   for (int i = 0; count <= 4 && i < count; ++i) {
     if (i > 0)
-      text += separator;
-    text += std::to_string(parts[i]);
+      *end++ = separator.front();
+    end = std::to_chars(end, std::end(text), parts[i]).ptr;
   }
-  return text;
+  return {text, end};
 }
 
 std::vector<unsigned char> Version::getBytes() const {
@@ -71,27 +76,28 @@ void Version::setData(int major, int minor, int build, int revision) {
 }
 
 bool Version::parse(const std::string& text) {
-  std::size_t dot = text.find('.');
-  if (dot == std::string::npos)
-    return false;
   std::string_view rest = text;
   for (int index = 0;; ++index) {
-    int value;
-    if (!internal::tryConvert(rest.substr(0, dot), value) || !_setItem(index, value))
+    int value = 0;
+    const std::size_t end = internal::readInt(rest, value);
+    const bool last = end == rest.size();
+    if (last ? index == 0 : end > rest.size() || rest[end] != '.')
       return false;
-    if (dot == std::string_view::npos)
+    if (!_setItem(index, value))
+      return false;
+    if (last)
       return true;
-    rest.remove_prefix(dot + 1);
-    dot = rest.find('.');
+    rest.remove_prefix(end + 1);
   }
 }
 
 bool Version::_setItem(int index, int value) {
   checked(value, "Значение < 0");
-  int* const parts[] = {&major, &minor, &build, &revision};
+  static constexpr int Version::*parts[] = {&Version::major, &Version::minor, &Version::build,
+                                            &Version::revision};
   if (index < 0 || index > 3)
     return false;
-  *parts[index] = value;
+  this->*parts[index] = value;
   return true;
 }
 
