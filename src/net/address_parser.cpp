@@ -2,9 +2,9 @@
 
 #include "text/checked_text.h"
 
-#include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 namespace Qiv::Net {
 
@@ -19,6 +19,15 @@ int hexValue(char c) {
     return c - '0';
   const int letter = c | 0x20;
   return letter >= 'a' && letter <= 'f' ? letter - 'a' + 10 : -1;
+}
+
+/// Reads as many hexadecimal digits as there are, perhaps none. False when they exceed 16 bits.
+bool readGroup(const char*& text, unsigned int& group) {
+  group = 0;
+  for (int digit; (digit = hexValue(*text)) >= 0; ++text)
+    if ((group = group << 4 | static_cast<unsigned int>(digit)) > 0xFFFF)
+      return false;
+  return true;
 }
 
 /// Hands `count` numbers of `text` to `store`, stepping over at most one separator after each.
@@ -69,54 +78,37 @@ bool ip6ToBytes(const char* text, unsigned char* dst) {
   unsigned char bytes[ip6Size] = {};
   std::size_t cursor = 0;
   std::size_t doubleColon = none;
-  unsigned int group = 0;
-  bool pending = false; // the group has digits that are not stored yet
-  const char* token = text;
-
-  const auto storeGroup = [&] {
-    if (ip6Size - cursor < 2)
+  for (;; ++text) {
+    const char* const token = text;
+    unsigned int group;
+    if (!readGroup(text, group))
       return false;
-    bytes[cursor++] = static_cast<unsigned char>(group >> 8);
-    bytes[cursor++] = static_cast<unsigned char>(group);
-    group = 0;
-    pending = false;
-    return true;
-  };
-
-  for (; *text; ++text) {
-    if (const int digit = hexValue(*text); digit >= 0) {
-      group = group << 4 | static_cast<unsigned int>(digit);
-      pending = true;
-      if (group > 0xFFFF)
-        return false;
-    } else if (*text == ':') {
-      token = text + 1;
-      if (pending) {
-        if (!*token || !storeGroup())
-          return false;
-      } else {
-        if (doubleColon != none)
-          return false;
-        doubleColon = cursor;
-      }
-    } else if (*text == '.') {
+    if (*text == '.') {
       if (ip6Size - cursor < ip4Size || !ip4ToBytes(token, bytes + cursor))
         return false;
       cursor += ip4Size;
-      pending = false;
       break;
-    } else {
-      return false;
     }
+    const bool empty = text == token;
+    if (!empty) {
+      if (cursor == ip6Size)
+        return false;
+      bytes[cursor++] = static_cast<unsigned char>(group >> 8);
+      bytes[cursor++] = static_cast<unsigned char>(group);
+    }
+    if (!*text)
+      break;
+    if (*text != ':' || (empty ? doubleColon != none : !text[1]))
+      return false;
+    if (empty)
+      doubleColon = cursor;
   }
 
-  if (pending && !storeGroup())
-    return false;
   if (doubleColon != none) {
     if (cursor == ip6Size)
       return false;
-    // What stands behind the cursor is still zero: it becomes the gap.
-    std::rotate(bytes + doubleColon, bytes + cursor, bytes + ip6Size);
+    for (std::size_t end = ip6Size; cursor > doubleColon;)
+      bytes[--end] = std::exchange(bytes[--cursor], '\0');
     cursor = ip6Size;
   }
   if (cursor != ip6Size)
