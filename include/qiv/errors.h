@@ -49,11 +49,12 @@ namespace Qiv {
 /// thread may read an error object, and any number of results and errors may share it.
 class QIV_API ObjectError {
 public:
-  /// Copies the list, not the errors in it. None of them may be null: the display text does not
-  /// look for that.
+  /// Copies or takes the list, not the errors in it. None of them may be null: the display text
+  /// does not look for that.
   /// @{
   ObjectError();
   explicit ObjectError(const std::vector<std::shared_ptr<ObjectError>>& innerErrors);
+  explicit ObjectError(std::vector<std::shared_ptr<ObjectError>>&& innerErrors);
   /// @}
   virtual ~ObjectError();
 
@@ -133,7 +134,10 @@ private:
 class QIV_API CombineError : public ObjectError {
 public:
   /// Groups the errors in their order.
+  /// @{
   explicit CombineError(const std::vector<std::shared_ptr<ObjectError>>& innerErrors);
+  explicit CombineError(std::vector<std::shared_ptr<ObjectError>>&& innerErrors);
+  /// @}
   ~CombineError() override;
 
   /// A new group of the errors. ResultHelper::combineResults makes one of results.

@@ -2,6 +2,8 @@
 
 #include "text/checked_text.h"
 
+#include <utility>
+
 namespace Qiv {
 
 using Errors = std::vector<std::shared_ptr<ObjectError>>;
@@ -16,6 +18,7 @@ Errors listOf(const std::shared_ptr<ObjectError>& error) {
 
 ObjectError::ObjectError() = default;
 ObjectError::ObjectError(const Errors& innerErrors) : innerErrors(innerErrors) {}
+ObjectError::ObjectError(Errors&& innerErrors) : innerErrors(std::move(innerErrors)) {}
 ObjectError::~ObjectError() = default;
 
 const char* ObjectError::getMessage() const {
@@ -68,6 +71,7 @@ const char* ExceptionError::getMessage() const {
 }
 
 CombineError::CombineError(const Errors& innerErrors) : ObjectError(innerErrors) {}
+CombineError::CombineError(Errors&& innerErrors) : ObjectError(std::move(innerErrors)) {}
 CombineError::~CombineError() = default;
 
 std::shared_ptr<ObjectError> CombineError::create(const Errors& innerErrors) {

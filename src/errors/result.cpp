@@ -1,31 +1,36 @@
 #include "qiv/errors.h"
 
+#include <algorithm>
+#include <typeinfo>
 #include <utility>
 
 namespace Qiv {
 
 namespace {
 
+/// dynamic_cast, asked only of an error that is not a plain LogicError, as most are.
 template <typename T>
-const T* as(const std::shared_ptr<ObjectError>& error) {
-  return dynamic_cast<const T*>(error.get());
+const T* as(const ObjectError& error) {
+  return typeid(error) == typeid(LogicError) ? nullptr : dynamic_cast<const T*>(&error);
 }
 
 void appendDisplayText(std::string& output, const std::vector<std::shared_ptr<ObjectError>>& errors,
                        int level) {
+  std::string lineStart = "\n";
+  if (level > 0)
+    lineStart.append(2 * (static_cast<std::size_t>(level) - 1), ' ').append("* ");
   const std::size_t start = output.size();
   for (const auto& error : errors) {
-    if (as<CombineError>(error)) {
+    if (as<CombineError>(*error)) {
       appendDisplayText(output, error->getInnerErrors(), level);
       continue;
     }
-    if (as<FunctionError>(error))
+    if (as<FunctionError>(*error))
       continue;
-    if (output.size() > start)
-      output += '\n';
-    if (level > 0)
-      output.append(2 * (static_cast<std::size_t>(level) - 1), ' ').append("* ");
+    output.append(lineStart, output.size() > start ? 0 : 1);
     output += error->getMessage();
+    if (error->getInnerErrors().empty())
+      continue;
 
     const std::size_t end = output.size();
     output += '\n';
@@ -41,15 +46,20 @@ Result::Result(bool success) : error(success ? nullptr : FunctionError::get()) {
 Result::Result(std::shared_ptr<ObjectError> error) : error(std::move(error)) {}
 
 bool Result::hasDefinedError() const {
-  return error && !as<FunctionError>(error);
+  return error && !as<FunctionError>(*error);
 }
 
 Result ResultHelper::combineResults(const std::vector<Result>& results) {
+  const auto failed = [](const Result& result) { return !result.isValid(); };
+  const auto failures = std::count_if(results.begin(), results.end(), failed);
+  if (failures == 0)
+    return true;
   std::vector<std::shared_ptr<ObjectError>> errors;
+  errors.reserve(static_cast<std::size_t>(failures));
   for (const Result& result : results)
-    if (!result.isValid())
+    if (failed(result))
       errors.push_back(result.getError());
-  return errors.empty() ? Result(true) : Result(CombineError::create(errors));
+  return Result(std::make_shared<CombineError>(std::move(errors)));
 }
 
 std::string
