@@ -43,7 +43,7 @@ char at(std::string_view text, std::size_t pos) {
 
 /// What follows the blanks and the "+", neither of which from_chars reads, at `pos`; nothing when a
 /// second sign follows.
-std::string_view skipPrefix(std::string_view text, std::size_t pos) {
+inline std::string_view skipPrefix(std::string_view text, std::size_t pos) {
   while (isBlank(at(text, pos)))
     ++pos;
   if (at(text, pos) == '+')
