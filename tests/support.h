@@ -28,8 +28,7 @@ class TempDir {
 public:
   TempDir() { EXPECT_NE(mkdtemp(path.data()), nullptr); }
   ~TempDir() { std::filesystem::remove_all(path); }
-  TempDir(const TempDir&) = delete;
-  TempDir& operator=(const TempDir&) = delete;
+  TempDir(TempDir&&) = delete;
 
   std::string operator/(const std::string& name) const { return path + "/" + name; }
 
@@ -54,9 +53,7 @@ inline void writeScript(const std::string& path, const std::string& body) {
 
 /// Puts a folder first on PATH as long as it lives.
 struct PathPrefix {
-  explicit PathPrefix(const std::string& folder) {
-    setenv("PATH", (folder + ":" + old).c_str(), 1);
-  }
+  explicit PathPrefix(const std::string& dir) { setenv("PATH", (dir + ":" + old).c_str(), 1); }
   ~PathPrefix() { setenv("PATH", old.c_str(), 1); }
   const std::string old = getenv("PATH");
 };
@@ -96,21 +93,15 @@ inline long openDescriptors() {
 /// Calls `use` again and again: it may leave no descriptor and no memory behind.
 inline void expectNothingLeft(const std::string& what, int times,
                               const std::function<void()>& use) {
-  for (int i = 0; i < 10 + times / 10 && !testing::Test::HasFailure(); ++i)
-    use(); // what these make and keep is no leak
-  const long descriptors = openDescriptors();
-  const std::size_t memory = mallinfo2().uordblks;
-  for (int i = 0; i < times && !testing::Test::HasFailure(); ++i)
-    use();
+  long descriptors = 0;
+  std::size_t memory = 0;
+  for (int i = -10 - times / 10; i < times && !testing::Test::HasFailure(); ++i, use())
+    if (i == 0) // what the calls before have made and kept is no leak
+      descriptors = openDescriptors(), memory = mallinfo2().uordblks;
   EXPECT_EQ(openDescriptors(), descriptors) << what;
-  const std::size_t caches = std::max(16384UL, 16UL * times); // a leak has at least 32 bytes
+  const std::size_t caches = 8192 + 16UL * times; // a leak has at least 32 bytes
   EXPECT_LT(mallinfo2().uordblks, memory + caches) << what;
   testing::Test::RecordProperty("with nothing left: " + what, times);
-}
-
-/// The same, without a name.
-inline void expectNoDescriptorLeft(int times, const std::function<void()>& use) {
-  expectNothingLeft("this", times, use);
 }
 
 /// Calls `use` with the prefix and with each text of up to `length` characters of the alphabet
