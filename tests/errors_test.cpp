@@ -14,43 +14,29 @@ static std::shared_ptr<ObjectError> error(const std::string& message, const Erro
 
 TEST(ObjectError, HasMessageCausesAndException) {
   std::shared_ptr<std::exception> exception = std::make_shared<std::runtime_error>("boom");
-  const auto cause = error("cause");
-  const auto wrapped = ExceptionError::create("wrapped", exception, cause);
-  EXPECT_STREQ(wrapped->getMessage(), "wrapped");
+  const auto cause = error("cause"), wrapped = ExceptionError::create("", exception, cause);
   EXPECT_EQ(wrapped->getInnerErrors(), Errors{cause});
   EXPECT_EQ(dynamic_cast<ExceptionError&>(*wrapped).getException(), exception);
-  EXPECT_TRUE(LogicError::create("a", nullptr)->getInnerErrors().empty());
-  const char* const null = nullptr;
-  EXPECT_THROW(LogicError(null, {}), std::logic_error);
-  EXPECT_THROW(ExceptionError(null, exception, {}), std::logic_error);
-  for (const char* word : {"ошибка", "error", "ошибка"}) {
-    EXPECT_EQ(std::string(ObjectError().getMessage()) + FunctionError().getMessage(), "??");
-    EXPECT_STREQ(CombineError({}).getMessage(), word);
-    lng::language ^= 1U;
-  }
-  lng::language = 1;
+  const std::shared_ptr<ObjectError> none;
+  EXPECT_TRUE(LogicError::create("a", none)->getInnerErrors().empty());
+  EXPECT_THROW(LogicError(static_cast<const char*>(nullptr), {}), std::logic_error);
+  EXPECT_EQ(ObjectError().getMessage() + std::string(CombineError({}).getMessage()), "?ошибка");
 }
 
 TEST(ResultHelper, CombinesFailuresInOrder) {
-  const auto a = error("a");
-  EXPECT_TRUE(ResultHelper::combineResults({true, true}));
+  const auto a = error("a"), undefined = Result(false).getError();
+  EXPECT_TRUE(ResultHelper::combineResults({true, true}).isValid());
   const Result combined = ResultHelper::combineResults({true, a, false, a});
-  EXPECT_NE(dynamic_cast<CombineError*>(combined.getError().get()), nullptr);
-  EXPECT_EQ(combined.getError()->getInnerErrors(), (Errors{a, FunctionError::get(), a}));
+  EXPECT_EQ(combined.getError()->getInnerErrors(), (Errors{a, undefined, a}));
   EXPECT_TRUE(combined.hasDefinedError() && !Result(false).hasDefinedError());
-  EXPECT_TRUE(Result(a) == Result(a) && Result(a) != error("a"));
 }
 
 TEST(ObjectErrorHelper, DisplaysTrees) {
   const auto group = CombineError::create({error("B"), error("C")}),
-             marker = Result(false).getError();
-  const auto cause = error("A", {error("E", {error("F")}), marker, group});
-  const std::tuple<const char*, Errors, int, const char*> rows[] = {
-      {"groups", {group, cause, group, error("D")}, 0, "B\nC\nA\n* E\n  * F* B\n* CB\nC\nD"},
-      {"level 3 has an indent", {error("A"), error("B")}, 3, "    * A\n    * B"},
-      {"below level -1 is level 0", {error("A", {error("B")}), error("C")}, -1, "A\nB\nC"},
-      {"only markers inside", {error("A", {marker, CombineError::create({marker})})}, 0, "A"},
-      {"an empty message leaves no line", {error(""), error("B")}, 0, "B"}};
-  for (const auto& [name, errors, level, text] : rows)
-    EXPECT_EQ(ObjectErrorHelper::toDisplayString(errors, level), text) << name;
+             mark = Result(false).getError();
+  const auto cause = error("A", {error("E", {error("F")}), mark, group});
+  EXPECT_EQ(ObjectErrorHelper::toDisplayString({group, cause, group, error("D")}, 0),
+            "B\nC\nA\n* E\n  * F* B\n* CB\nC\nD");
+  EXPECT_EQ(ObjectErrorHelper::toDisplayString({error(""), error("A"), cause}, -1),
+            "A\nA\nE\n* FB\nC");
 }
