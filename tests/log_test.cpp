@@ -19,11 +19,16 @@ using Time = Qiv::DateTimeHelper;
 /// What the first test writes, were it written at that time.
 static const std::string page = readFile(LOG_PAGE), anyTime = "15:11:2026 12:14:36.042";
 
-TEST(Log, WritesIntoTheDocuments) {
+TEST(Log, WritesIntoTheDocumentsInLocalTime) {
   static const TempDir home; // for which a process asks once
   setenv("HOME", home.getPath().c_str(), 1);
   std::filesystem::create_directories(home / ".config");
   writeFile(home / ".config/user-dirs.dirs", "XDG_DOCUMENTS_DIR=\"$HOME/Docs\"\n");
+  const auto now = [format = home / "Docs/QivCross/log/log_%Y%m%d_%H%M%S.html"] {
+    return Time::getDisplayTimeString(Time::getTimeNowSniceEpochMs() / 1000, format.c_str());
+  };
+  setenv("TZ", "XXX-5:30", 1);
+  const std::string before = now();
   Log::writeInfo("<a href=\"x\"> & 'y'\nline");
   Log::writeWarn("жук");
   Log::writeError("");
@@ -31,27 +36,11 @@ TEST(Log, WritesIntoTheDocuments) {
   const std::string path = Log::getInstance()._getLogPath();
   const std::regex time(R"(\d\d:\d\d:\d{4} \d\d:\d\d:\d\d\.\d{3})");
   EXPECT_EQ(std::regex_replace(readFile(path), time, anyTime), page);
-  EXPECT_EQ(path.rfind(home / "Docs/QivCross/log/log_", 0), 0U);
+  EXPECT_TRUE(before <= path && path <= now()) << path;
   std::filesystem::remove_all(home / "Docs");
   Log::writeInfo("lost");
   EXPECT_FALSE(std::filesystem::exists(home / "Docs"));
   Log::clear();
-  EXPECT_TRUE(std::filesystem::exists(home / "Docs"));
-}
-
-TEST(Log, TellsLocalTime) {
-  setenv("TZ", "XXX-5:30", 1);
-  tzset();
-  const TempDir dir;
-  std::string told;
-  long now = 999;
-  while (now % 1000 > 99 || now != Time::getTimeNowSniceEpochMs()) { // all in a padded millisecond
-    now = Time::getTimeNowSniceEpochMs();
-    LogObject log(dir / "");
-    told = log._getLogPath() + log._currentTimestamp();
-  }
-  const std::string format = dir / "log_%Y%m%d_%H%M%S.html%d:%m:%Y %H:%M:%S.0";
-  EXPECT_EQ(told.erase(told.size() - 2), Time::getDisplayTimeString(now / 1000, format.c_str()));
 }
 
 /// A page into which writers put numbered entries.
@@ -104,8 +93,8 @@ TEST_F(SharedLog, KeepsEntriesOfProcessesAndThreadsWhole) {
   });
   readPage();
   int lost = writers * count;
-  for (int writer = 0; writer < writers; ++writer)
-    lost -= whole[writer];
+  for (const auto& entries : whole)
+    lost -= entries.second;
   expectAtMost(0, "lost entries of 8 processes and 8 threads with 2000 each", lost);
   expectAtMost(0, "mixed entries of these", damaged);
 }
@@ -167,11 +156,10 @@ TEST(DateTimeHelper, WritesTimesAndDurations) {
       EXPECT_EQ(Time::getDisplayTimeString(seconds, format.c_str()), expected.str());
     }
   EXPECT_THROW(Time::getDisplayTimeString(LONG_MAX, "%Y"), std::out_of_range);
-  const std::chrono::system_clock::time_point epoch, first(999999999ns), last(LONG_MAX * 1ns);
-  EXPECT_EQ(Time::getDisplayTimeString(first, "%s") + Time::getDisplayTimeString(first + 1ns, "%s"),
-            "1");
+  const std::chrono::system_clock::time_point epoch, first(999999999ns);
+  EXPECT_EQ(Time::getDisplayTimeString(first, nullptr), "");
+  EXPECT_EQ(Time::getDisplayTimeString(first + 1ns, "%s"), "1");
   EXPECT_EQ(Time::getDisplayDurationString(first, first, "%d"), "");
-  EXPECT_EQ(Time::getDisplayDurationString(epoch - 1s, epoch + 90060s, "%02d:%02d:%02d"),
-            "25:01:01");
-  EXPECT_EQ(Time::getDisplayDurationString(last + 1ns, last, "%d:%d:%d"), "5124095:34:33");
+  EXPECT_EQ(Time::getDisplayDurationString(epoch - 1s, epoch + 90060s, "%d:%02d:%d"), "25:01:1");
+  EXPECT_EQ(Time::getDisplayDurationString(epoch.min(), epoch.max(), "%d"), "5124095");
 }
