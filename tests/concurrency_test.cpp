@@ -15,18 +15,18 @@ using Clock = std::chrono::system_clock;
 TEST(ThreadManager, RandomCallsLeadToTheStateTheySay) {
   std::atomic<int> count{0};
   Qiv::ThreadManager manager;
+  enum { start, pause, resume, stop };
+  const std::function<void()> calls[] = {[&] { manager.start([&] { ++count; }); },
+                                         [&] { manager.pause(); }, [&] { manager.resume(); },
+                                         [&] { manager.stop(); }};
   bool worker = false, paused = false;
   std::mt19937 random(1);
   const int cycles = rounds(2500, 10000);
   for (int i = 0; i < 4 * cycles; ++i) {
-    switch (random() % 4) {
-      // clang-format off
-      case 0: manager.start([&] { ++count; }); paused &= !worker; worker = true; break;
-      case 1: manager.pause(); paused = true; break;
-      case 2: manager.resume(); paused = false; break;
-      case 3: manager.stop(); worker = paused = false; break;
-      // clang-format on
-    }
+    const auto call = random() % 4;
+    calls[call]();
+    paused = call == pause || (call == start && paused && !worker);
+    worker = call == start || (call != stop && worker);
     const int inProgress = count + 1;
     for (bool wait = random() % 8 == 0; wait; wait = worker && !paused && count <= inProgress)
       std::this_thread::sleep_for(1ms);
