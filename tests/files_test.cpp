@@ -53,7 +53,7 @@ TEST(Process, SpawnsWithoutAShell) {
 /// A tree in a scratch folder to work in. GLib's warnings are fatal here.
 struct Files : testing::Test {
   Files() {
-    g_log_set_always_fatal(static_cast<GLogLevelFlags>(G_LOG_LEVEL_WARNING | G_LOG_LEVEL_CRITICAL));
+    g_log_set_always_fatal(GLogLevelFlags(G_LOG_LEVEL_WARNING | G_LOG_LEVEL_CRITICAL));
     Gio::init();
     fs::current_path(folder.getPath());
     cross::exec(
@@ -210,22 +210,28 @@ TEST_F(Files, OfTheFirstFolderAreListedByTheDeveloperCheck) {
             std::string::npos);
 }
 
-TEST_F(Files, LeaveNothing) {
+const std::pair<const char*, std::function<void()>> uses[] = {
+    {"commands", [] { cross::exec("seq 999"); }},
+    {"commands that die", [] { cross::execPipe("kill $$"); }},
+    {"spawned commands", [] { spawnSyncWithThrow("true"); }},
+    {"spawned commands that fail", spawnFails},
+    {"opened files", [] { opened("file"); }},
+    {"files that cannot be opened", [] { opened("no/such"); }},
+    {"trees copied, visited and removed",
+     [] { copy_recursive("tree", "copy"), Files::visited("copy"), directory_remove_all("copy"); }},
+    {"tree operations that fail",
+     [] { copy_recursive("tree", "tree/in"), Files::visited("no"), directory_remove_all("no"); }},
+    {"listings", [] { cross::ls("tree"), cross::ls("no"); }},
+    {"well-known folders", [] { getQivCrossDocDir() + getThemesDir(); }}};
+
+struct FilesUsed : Files, testing::WithParamInterface<std::size_t> {};
+
+TEST_P(FilesUsed, LeaveNothing) {
   setenv("HOME", ".", 1);
-  const std::pair<const char*, std::function<void()>> uses[] = {
-      {"commands", [] { cross::exec("seq 999"), cross::execPipe("kill $$"); }},
-      {"spawned commands", [] { spawnSyncWithThrow("true"); }},
-      {"spawned commands that fail", spawnFails},
-      {"files, opened and missing", [] { opened("file"), opened("no/such"); }},
-      {"trees copied, visited and removed",
-       [] { copy_recursive("tree", "copy"), visited("copy"), directory_remove_all("copy"); }},
-      {"tree operations that fail",
-       [] { copy_recursive("tree", "tree/in"), visited("no"), directory_remove_all("no"); }},
-      {"listings", [] { cross::ls("tree"), cross::ls("no"); }},
-      {"well-known folders", [] { getQivCrossDocDir() + getThemesDir(); }}};
-  for (const auto& [what, use] : uses)
-    expectNothingLeft(what, rounds(50, 5000), [&use = use] { printed(use); });
+  const auto& [what, use] = uses[GetParam()];
+  expectNothingLeft(what, rounds(50, 10000), [&use = use] { printed(use); });
 }
+INSTANTIATE_TEST_SUITE_P(OneByOne, FilesUsed, testing::Range(std::size_t(0), std::size(uses)));
 
 TEST(Paths, AreCutAtTheLastSeparatorOrDot) {
   // a path, its file name, that without extension, its directory, the path without extension
