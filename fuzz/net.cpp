@@ -33,11 +33,8 @@ static void tryNumber(const std::string& text) try {
   const unsigned int number = ipv4_str_to_addr(text), length = maskstring_to_masklen(text);
   AGREE(Ip4(text.c_str()) == Ip4() || Ip4(text.c_str()) == Net::IPv4Subnet(number, 0).getIP());
   AGREE(length == 0 || ipv4_str_to_addr(masklen_to_maskstring(length)) <= number);
-  AGREE(length == 32 || ipv4_str_to_addr(masklen_to_maskstring(length + 1)) > number);
-} catch (const std::invalid_argument&) {
-  AGREE(text.find_first_of("abcdefABCDEF") != std::string::npos);
-} catch (const std::out_of_range&) {
-  AGREE(text.size() >= 10);
+} catch (const std::logic_error&) { // so are the two that it throws
+  AGREE(text.find_first_of("abcdefABCDEF") != std::string::npos || text.size() >= 10);
 }
 
 static void tryListing(const std::string& text) {
@@ -45,24 +42,28 @@ static void tryListing(const std::string& text) {
   for (const NetworkInterface& iface : internal::parseInterfaces(text, gateway).interfaces) {
     AGREE(!iface.name.empty() && iface.name != "lo" && has(text, ": " + iface.name + ": "));
     AGREE(iface.gateway == (iface.name == gateway.device ? gateway.address : ""));
-    AGREE(iface.mac.empty() || has(text, "    link/ether " + iface.mac));
     for (const NetworkAddr& address : iface.addresses)
       AGREE(has(text, "\n    inet " + address.address + "/"));
   }
 }
 
-void tryText(const std::string& text) {
-  tryAddresses(text.c_str());
-  tryNumber(text.c_str());
-  tryListing(text);
+/// Tells each line's reason, which the library puts in place of its last "<" and what follows.
+static std::string diagnose(const std::string& text) {
   std::string read, told;
   for (const std::string& line : StringHelper::split(text, '\n')) {
     read += line + "\n";
     const char* const reason = !has(read, ",UP")         ? networkAdapterOff()
                                : has(read, "state DOWN") ? cableNotPlug()
                                                          : noIpAddr();
-    const std::size_t mark = line.rfind('<');
-    told += line.substr(0, mark) + (mark == std::string::npos ? "" : reason) + "\n";
+    told += line.substr(0, line.rfind('<')) + (has(line, "<") ? reason : "") + "\n";
   }
-  AGREE(internal::diagnose(text) + "\n" == told);
+  return told;
+}
+
+void tryText(const std::string& text) {
+  for (const char* start : {"", "1.2.3.", "1:2:3:4:5:6:", "1:2:3:4:5:6:7:1.2.3."})
+    tryAddresses(start + std::string(text.c_str()));
+  tryNumber(text.c_str());
+  tryListing(text);
+  AGREE(internal::diagnose(text) + "\n" == diagnose(text));
 }

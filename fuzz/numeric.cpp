@@ -4,7 +4,6 @@
 #include "qiv/text.h"
 
 #include <cmath>
-#include <set>
 #include <sstream>
 
 using namespace Qiv;
@@ -45,15 +44,11 @@ void tryText(const std::string& text) {
   const auto fields = StringHelper::split(text, ';');
   for (const std::string& field : fields)
     valid = tryNumber(field) && valid;
+  for (const char* start : {"1.797693134862315", "214748364", "-214748364", "1e-30"})
+    tryNumber(start + text);
   NumericRange range(1, 2, 3);
   AGREE(NumericRangeTypeConverter::fromStringData(text, range) == (valid && fields.size() == 3));
   const std::string written = NumericRangeTypeConverter::toStringData(range);
-  // The largest numbers are rounded to one beyond them.
-  AGREE(!NumericRangeTypeConverter::fromStringData(written, range) ||
+  AGREE(!NumericRangeTypeConverter::fromStringData(written, range) || // too large when rounded
         NumericRangeTypeConverter::toStringData(range) == written);
-  static const std::set<std::string> names = {"", "0", "1", "true", "True", "false", "False"};
-  NullableBool value;
-  std::istringstream in(text);
-  value << in;
-  AGREE(in.bad() == (names.count(text) == 0));
 }
