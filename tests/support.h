@@ -104,25 +104,9 @@ inline void expectNothingLeft(const std::string& what, int times,
   testing::Test::RecordProperty("with nothing left: " + what, times);
 }
 
-/// Calls `use` with the prefix and with each text of up to `length` characters of the alphabet
-/// after it.
-inline void everyText(const std::string& prefix, const std::string& alphabet, int length,
-                      const std::function<void(const std::string&)>& use) {
-  use(prefix);
-  for (std::size_t i = 0; length > 0 && i < alphabet.size() && !testing::Test::HasFailure(); ++i)
-    everyText(prefix + alphabet[i], alphabet, length - 1, use);
-}
-
-/// Compares what `use` makes of texts with rows of "text expected". In a text a "_" stands for a
-/// blank and a "~" for nothing.
-inline void expectRows(const std::string& rows,
-                       const std::function<std::string(const std::string&)>& use) {
-  std::istringstream in(rows);
-  for (std::string text, expected; in >> text >> expected;) {
-    std::replace(text.begin(), text.end(), '_', ' ');
-    text.erase(std::remove(text.begin(), text.end(), '~'), text.end());
-    EXPECT_EQ(use(text), expected) << text;
-  }
+/// The same, without a name.
+inline void expectNoDescriptorLeft(int times, const std::function<void()>& use) {
+  expectNothingLeft("this", times, use);
 }
 
 } // namespace support
