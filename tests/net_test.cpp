@@ -160,9 +160,8 @@ TEST(RealNetwork, IsDiagnosedFoundAndPinged) {
   lng::language = 0;
   if (unshare(CLONE_NEWNET) != 0)
     GTEST_SKIP() << "needs root for a network namespace";
-  run("ip link set lo up && ip link add v0 type veth peer name v1 address 02:00:00:00:00:02 && ip "
-      "link set v0 up &&"
-      "ip addr add 10.9.0.1/24 dev v0");
+  run("ip link add v0 type veth peer name v1 address 02:00:00:00:00:02 &&"
+      "ip link set lo up && ip addr add 10.9.0.1/24 dev v0 && ip link set v0 up");
   EXPECT_EQ(discovered(), "text: v1@v0: ethernet adapter or network is disabled\n"
                           "v0@v1: No ethernet link\n");
   run("ip link add eth2 type bridge && ip link add br0 type bridge &&"
