@@ -56,10 +56,13 @@ TEST_F(XslTransform, FollowsTheStylesheetAndLeavesNothingBehind) {
 
 TEST_F(XslTransform, OnlyKeepsParametersAndTellsOfUnwritableOutput) {
   writeStyle("method='text' encoding='UTF-8'");
+  XslTransformer transformer;
+  transformer.setParams({{"p", "'given'"}});
+  transformer.setInFiles("input", "style");
   for (const char* output : {"/no/such/out", "/dev/full", "out"}) {
-    XslTransformer transformer("input", "style", output);
-    transformer.setParams({{"p", "'given'"}});
+    transformer.setOutFile(output);
     EXPECT_EQ(transformer.transform(), *output == '/' ? EOF : 0) << output;
   }
   EXPECT_EQ(readFile("out"), "1ж<");
+  EXPECT_EQ(transformer.getParams().size(), 1U);
 }
