@@ -126,6 +126,8 @@ TEST(BitArray, FillsAndThrows) {
   EXPECT_EQ(array.getData(), (Bytes{0xFF, 3})) << "until the size changes";
   array.fillData(array.getData().data(), 1, 1, true);
   EXPECT_EQ(array.getData(), Bytes{3}) << "filled from itself";
+  array.clear();
+  EXPECT_EQ(array.getData(), Bytes{0});
 }
 
 TEST(ByteStack, IsFilledDrainedAndPrinted) {
