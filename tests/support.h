@@ -3,7 +3,6 @@
 
 /// What the tests of several families share: scratch folders, child processes, fake tools, counts.
 
-#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -11,7 +10,6 @@
 #include <gtest/gtest.h>
 #include <iterator>
 #include <malloc.h>
-#include <sstream>
 #include <string>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -102,11 +100,6 @@ inline void expectNothingLeft(const std::string& what, int times,
   const std::size_t caches = 8192 + 16UL * times; // a leak has at least 32 bytes
   EXPECT_LT(mallinfo2().uordblks, memory + caches) << what;
   testing::Test::RecordProperty("with nothing left: " + what, times);
-}
-
-/// The same, without a name.
-inline void expectNoDescriptorLeft(int times, const std::function<void()>& use) {
-  expectNothingLeft("this", times, use);
 }
 
 } // namespace support
