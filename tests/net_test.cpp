@@ -166,8 +166,8 @@ TEST(Diagnosis, IsLocalised) {
 TEST(RealNetwork, IsDiagnosedFoundAndPinged) {
   const auto run = [](const char* command) { EXPECT_EQ(std::system(command), 0) << command; };
   lng::language = 0;
-  if (unshare(CLONE_NEWNET) != 0)
-    GTEST_SKIP() << "needs root for a network namespace";
+  if (unshare(CLONE_NEWNET) != 0 || std::system("command -v ping >/dev/null") != 0)
+    GTEST_SKIP() << "needs root for a network namespace, and ping";
   run("ip link add v0 type veth peer name v1 address 02:00:00:00:00:02 &&"
       "ip link set lo up && ip addr add 10.9.0.1/24 dev v0 && ip link set v0 up");
   EXPECT_EQ(discovered(), "text: v1@v0: ethernet adapter or network is disabled\n"
