@@ -66,7 +66,8 @@ CrossprocessLock::CrossprocessLock(const std::string& name, unsigned int retryMi
     : lockPath(lockFolder() + name + ".lock") {
   const char* const path = internal::systemPath(lockPath);
   const auto create = [path] {
-    return TEMP_FAILURE_RETRY(open(path, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+    constexpr int flags = O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC;
+    return static_cast<int>(TEMP_FAILURE_RETRY(open(path, flags, 0666)));
   };
   fd = create();
   if (!isHeld() && errno != EEXIST) {

@@ -25,7 +25,7 @@ unsigned short _checksum(unsigned short* data, int length) {
     unsigned int lanes[blockSize / 2] = {}; // side by side, so that the compiler adds vectors
     const int blocks = std::min(length / blockSize, maxBlocks);
     for (int i = 0; i < blocks; ++i, bytes += blockSize)
-      for (int lane = 0; lane < blockSize / 2; ++lane)
+      for (std::size_t lane = 0; lane < std::size(lanes); ++lane)
         lanes[lane] += wordAt(bytes + 2 * lane);
     sum = std::accumulate(std::begin(lanes), std::end(lanes), sum);
     length -= blocks * blockSize;
