@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Makes the performance table from what qiv_bench measured: table.py RESULTS [FOLDER]
 
-Prints the table; with a folder writes performance.md and performance.svg there."""
+Prints the table; with a folder writes performance.md and images/performance.svg there."""
 
 import json
 import os
@@ -22,7 +22,8 @@ def read(path):
         rows.setdefault(operation, {})[way] = run["real_time"]
         if way == "ours":
             targets[operation] = run["target"]
-    return results["context"], rows, targets
+    # What a filter found by a peer's name alone has no ratio.
+    return results["context"], {row: rows[row] for row in rows if row in targets}, targets
 
 
 def time(nanoseconds):
@@ -92,14 +93,15 @@ def main():
         file.write(f"""# Performance
 
 Made by `script/bench` on {context["date"][:10]}: {machine()}, {context["num_cpus"]} cores, Linux
-{platform.release()}, {compiler}. Medians of {os.environ["QIV_BENCH_REPETITIONS"]} repetitions; every way of a row ran interleaved
-in one program, files in a memory file system. Bold: the ratio reaches its target ({reached} of {len(rows)}).
+{platform.release()}, {compiler}.
+Medians of {os.environ["QIV_BENCH_REPETITIONS"]} repetitions; every way of a row ran interleaved in one program, files in a
+memory file system. Bold: the ratio reaches its target ({reached} of {len(rows)}).
 
-![Ratios](performance.svg)
+![Ratios](images/performance.svg)
 
 {text}
 """)
-    plot(rows, os.path.join(folder, "performance.svg"))
+    plot(rows, os.path.join(folder, "images/performance.svg"))
 
 
 main()
