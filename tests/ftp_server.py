@@ -1,5 +1,5 @@
 # ftp_server.py LISTENING_DESCRIPTOR FOLDER: lets anyone write into the folder and logs there the
-# commands that change it. Hangs up on who asks for the folder "hangup". Ends with its standard
+# first commands that change it. Hangs up on who asks for the folder "hangup". Ends with its standard
 # input, that is with whoever started it.
 
 import os
@@ -18,7 +18,8 @@ class Handler(FTPHandler):
     def pre_process_command(self, line, cmd, arg):
         if cmd in ("STOR", "RNFR", "RNTO", "DELE", "MKD"):
             with open(sys.argv[2] + "/log", "a") as file:
-                print(line, file=file)
+                if file.tell() < 4096:  # a full disk would end the session
+                    print(line, file=file)
         if arg == "hangup":
             return self.close()
         super().pre_process_command(line, cmd, arg)
