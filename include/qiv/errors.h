@@ -35,7 +35,7 @@ extern QIV_API unsigned char language;
 class QIV_API Common {
 public:
   /// "error" or "ошибка".
-  static const char* error() {
+  QIV_API static const char* error() {
     static const char* const ar[] = {"error", "ошибка"};
     return ar[language];
   }

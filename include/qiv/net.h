@@ -200,26 +200,26 @@ struct NetworkInterfaces {
 
 /// Why there is no network, in lng::language. The text lives as long as the process.
 /// @{
-inline const char* ethsNotFound() {
+QIV_API inline const char* ethsNotFound() {
   static const char* const ar[] = {"Network interfaces not found",
                                    "Сетевые интерфейсы не обнаружены"};
   return ar[lng::language];
 }
-inline const char* networkAdaptersOff() {
+QIV_API inline const char* networkAdaptersOff() {
   static const char* const ar[] = {"No ethernet adapters enabled or network is disabled",
                                    "Сетевые адаптеры или поддержка сети отключены"};
   return ar[lng::language];
 }
-inline const char* networkAdapterOff() {
+QIV_API inline const char* networkAdapterOff() {
   static const char* const ar[] = {"ethernet adapter or network is disabled",
                                    "сетевой адаптер или поддержка сети отключены"};
   return ar[lng::language];
 }
-inline const char* cableNotPlug() {
+QIV_API inline const char* cableNotPlug() {
   static const char* const ar[] = {"No ethernet link", "Сетевой кабель не подключен"};
   return ar[lng::language];
 }
-inline const char* noIpAddr() {
+QIV_API inline const char* noIpAddr() {
   static const char* const ar[] = {"no IP address", "IP адрес не задан"};
   return ar[lng::language];
 }

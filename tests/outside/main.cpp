@@ -13,10 +13,12 @@
 
 namespace {
 
-/// What is made in the library is known by its type here: a cast and an exception.
+/// What is made in the library is known here by its type, in a cast and an exception, and its texts
+/// are ours.
 bool typesCross() try {
   const std::shared_ptr<Qiv::ObjectError> error = Qiv::LogicError::create("", nullptr);
-  if (dynamic_cast<Qiv::LogicError*>(error.get()))
+  if (dynamic_cast<Qiv::LogicError*>(error.get()) &&
+      Qiv::CombineError({}).getMessage() == lng::Common::error())
     Qiv::spawnSyncWithThrow("/nowhere");
   return false;
 } catch (const std::string&) {
