@@ -28,13 +28,9 @@ bool typesCross() try {
 } // namespace
 
 int main() {
-  const Qiv::Result result =
-      Qiv::ResultHelper::combineResults({true, Qiv::LogicError::create("works", nullptr)});
-  const std::string text = Qiv::ObjectErrorHelper::toDisplayString({result.getError()}, 0) + " " +
-                           Qiv::Net::NetAddr<4, '.'>("127.0.0.1").to_string() + " " +
+  const std::string text = Qiv::Net::NetAddr<4, '.'>("127.0.0.1").to_string() + " " +
                            Qiv::XmlHelper::escapeXml("<") + " " +
-                           Qiv::NumericRangeTypeConverter::toStringData(Qiv::NumericRange::Full()) +
-                           " " + Qiv::getPathFileName("/a/b");
+                           Qiv::NumericRangeTypeConverter::toStringData(Qiv::NumericRange::Full());
   std::puts(text.c_str());
-  return typesCross() && text == "works 127.0.0.1 &lt; -inf;inf;0 b" ? 0 : 1;
+  return typesCross() && text == "127.0.0.1 &lt; -inf;inf;0" ? 0 : 1;
 }
