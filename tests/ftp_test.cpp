@@ -75,7 +75,7 @@ TEST_F(FtpUpload, ServerRenamesOnlyWhatIsComplete) {
       {"small", url + "missing/", failed},
       {"small", url + "hangup/", failed}};
   std::size_t call = 0;
-  expectNothingLeft("FTP upload, five of seven failing", rounds(140, 7000), [&] {
+  expectNothingLeft("FTP upload, five of seven failing", rounds(140, 10000), [&] {
     const auto& [path, prefix, expected] = rows[call % std::size(rows)];
     const std::string name = "report" + std::to_string(call++ % std::size(rows));
     const std::string outcome = upload(name, prefix, path);

@@ -136,7 +136,7 @@ TEST_F(FakeTools, MayPrintAnythingAndLeavesNothingBehind) {
       {"complains", "", "text:  ip r show default: broken\n", "", "", "echo broken >&2"},
       {"is missing", "", "", "", "", "none"}};
   std::size_t call = 0;
-  expectNothingLeft("discovery, ping, set169ip; 10 kinds of tool", rounds(100, 2000), [&] {
+  expectNothingLeft("discovery, ping, set169ip; 10 kinds of tool", rounds(100, 10000), [&] {
     const auto& [name, addresses, expected, defaultRoute, routes, tool] =
         rows[call++ % std::size(rows)];
     writeFile(dir / "r show default", defaultRoute);

@@ -43,7 +43,7 @@ TEST_F(XslTransform, FollowsTheStylesheetAndLeavesNothingBehind) {
   alive.create_root_node("alive");
   testing::internal::CaptureStderr();
   std::size_t call = 0;
-  expectNothingLeft("XSL transformation, six of seven failing", rounds(100, 2500), [&] {
+  expectNothingLeft("XSL transformation, six of seven failing", rounds(100, 10000), [&] {
     const auto& [output, expected] = rows[++call % std::size(rows)];
     writeStyle(output);
     EXPECT_EQ(transform("input", "style"), expected) << output;
