@@ -11,6 +11,7 @@ using namespace Qiv;
 template <typename T>
 static bool streamReads(const std::string& text, T& out) {
   static std::istringstream in; // making one takes longer than reading
+  in.imbue(std::locale::classic());
   in.clear();
   in.str(text);
   return in >> out && in.eof();

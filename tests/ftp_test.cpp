@@ -3,8 +3,14 @@
 #include "support.h"
 
 #include <arpa/inet.h>
+#include <cstring>
 
 using namespace support;
+
+/// The system's words, in the language of the environment.
+static std::string why(int error) {
+  return std::string(std::strerror(error)) + "\n";
+}
 
 /// A port of the loopback interface that refuses connections until serve() puts a server there. The
 /// server dies with this process; its disk takes files of up to 64 KiB.
@@ -56,7 +62,7 @@ TEST_F(FtpUpload, RefusesBeforeConnecting) {
       {name, prefix, "curl_easy_perform() failed: Couldn't connect to server\n"}};
   for (const auto& [remoteName, urlPrefix, reason] : rows)
     EXPECT_EQ(upload(remoteName, urlPrefix, "local"), size + reason);
-  EXPECT_EQ(upload("n", url, "none"), "1 Couldn't open 'none': No such file or directory\n");
+  EXPECT_EQ(upload("n", url, "none"), "1 Couldn't open 'none': " + why(ENOENT));
 }
 
 TEST_F(FtpUpload, ServerRenamesOnlyWhatIsComplete) {
@@ -69,7 +75,7 @@ TEST_F(FtpUpload, ServerRenamesOnlyWhatIsComplete) {
   const std::array<std::string, 3> rows[] = {
       {"/dev/null", url, "0 Local file size: 0 bytes.\n"},
       {"small", url, "0 Local file size: 1234 bytes.\n*** We read 1234 bytes from file\n"},
-      {".", url, "\nFTP upload of '.' refused: Is a directory\n"},
+      {".", url, "\nFTP upload of '.' refused: " + why(EISDIR)},
       {"large", url, failed},           // the disk is full
       {"/proc/self/maps", url, failed}, // longer than its size of 0
       {"small", url + "missing/", failed},
