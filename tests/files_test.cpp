@@ -25,6 +25,7 @@ std::string printed(const std::function<void()>& use) {
 TEST(Process, KeepsOutputAndExit) {
   EXPECT_EQ(cross::exec("printf 'a\\r\\n'") + cross::exec("exec >&-") + cross::exec(nullptr),
             "a\r");
+  EXPECT_EQ(cross::exec("printf '>\\000%126d23\n4' 0"), ">023\n4") << "NUL hides 127 bytes at most";
   EXPECT_EQ(cross::execPipe("head -c 300000 /dev/zero").size(), 300000U);
   const cross::Popen exited("exit 3"), killed("kill -9 $$"), none(nullptr);
   EXPECT_TRUE(exited.status == 768 && exited.exitCode == 3 && killed.exitCode == 9);
@@ -153,6 +154,7 @@ TEST_F(Files, AreRemovedAtAnyDepthWithoutWhatLinksLeadTo) {
 
 TEST_F(Files, AreVisitedPastUnreadableFolders) {
   EXPECT_EQ(mkdir("tree/shut", 0) + mkdir_with_parents("tree/sub/new/more"), 0);
+  EXPECT_EQ(fs::status("tree/sub/new").permissions(), fs::perms::owner_all);
   if (cross::Popen("chown -R 65534 .").status != 0)
     GTEST_SKIP() << "needs root, which reads every folder and can become someone who does not";
   EXPECT_EQ(visited("tree"), " a b c kept link \xFF\xFE");

@@ -30,11 +30,16 @@ TEST(Addresses, AreReadLenientlyAndPrintedInNativeOrder) {
   EXPECT_EQ(Ip6("10000::"), Ip6());
   EXPECT_EQ(Mac("0x1:101:z").to_string('-'), "01-01-00-00-00-00");
   EXPECT_THROW(Mac(static_cast<const char*>(nullptr)), std::logic_error);
+  unsigned char any[16];
+  EXPECT_TRUE(ip4ToBytes("x"s, any) && ip6ToBytes("x"s, any) && macToBytes("x", any));
   for (int i = 0; i < 256; ++i) {
     const auto byte = static_cast<unsigned char>(i);
     const unsigned char bytes[] = {byte, 7, byte};
     EXPECT_EQ(mac_to_string_hex(bytes, 3, '-'), StringHelper::formatC("%02X-%02X-%02X", i, 7, i));
     EXPECT_EQ(ipv4_to_string(bytes, 3, ' '), StringHelper::formatC("%d %d %d", i, 7, i));
+    EXPECT_EQ(ipv4_to_string(bytes, 1, '.') + mac_to_string_hex(bytes, 1, ':') +
+                  ipv4_to_string(bytes, 0, '.') + mac_to_string_hex(bytes, 0, ':'),
+              StringHelper::formatC("%d%02X", i, i, 0));
   }
 }
 

@@ -96,7 +96,8 @@ TEST(ApproximateLogic, ComparesAndLimitsWithinEitherBound) {
   EXPECT_TRUE(Logic::equals(-INFINITY, -INFINITY, {-1, -1}));
   EXPECT_FALSE(Logic::equals(INFINITY, 1e308, {INFINITY, INFINITY}));
   EXPECT_TRUE(Logic::contains(10.0000001, {0, 10, 0}, {0, 1e-6}));
-  EXPECT_TRUE(Logic::contains(NAN, {0, 10, 0}, {}));
+  EXPECT_TRUE(Logic::contains(NAN, {0, 10, 0}, {}) && Logic::contains(5, {0, 10, 0}, {}));
+  EXPECT_FALSE(Logic::contains(11, {0, 10, 0}, {}) || Logic::contains(-1, {0, 10, 0}, {}));
   EXPECT_EQ(NumericRange::And({2, 3, 0}, {0, 1, NAN}), NumericRange(2, 1, 0));
   EXPECT_EQ(Logic::limitValue(5.4, {1, 10, 3}, {}, true, true), 4);
   EXPECT_EQ(Logic::limitValue(2.01, {0, 10, 1}, {0, 0.1}, false, false), 2.01);

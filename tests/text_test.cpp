@@ -51,6 +51,7 @@ TEST(StringHelper, SplitsReplacesAndComparesEnds) {
 TEST(StringHelper, FormatsAnyLength) {
   const auto message = "Qiv::StringHelper::format - Error during formatting.";
   EXPECT_EQ(StringHelper::formatC("%02d%c%5000d", 1, 0, 3), "01\0"s + std::string(4999, ' ') + "3");
+  EXPECT_EQ(StringHelper::formatC("", 1, 2, 3), "");
   testing::internal::CaptureStdout();
   EXPECT_EQ(thrown<std::runtime_error>([] { StringHelper::formatC("%2147483648d", 1, 2, 3); }),
             message);
@@ -140,7 +141,8 @@ TEST(ByteStack, IsFilledDrainedAndPrinted) {
   testing::internal::CaptureStdout();
   stackHelper::printStack(stack);
   vectorHelper::print({0x0A, 0xFF});
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), "78x\n-4AJ\n\n0A-FF\n");
+  vectorHelper::print({});
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "78x\n-4AJ\n\n0A-FF\n\n");
 }
 
 struct Distinct : RecentCollection {
