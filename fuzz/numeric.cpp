@@ -4,6 +4,7 @@
 #include "qiv/text.h"
 
 #include <cmath>
+#include <map>
 #include <sstream>
 
 using namespace Qiv;
@@ -26,7 +27,23 @@ static bool isNumber(const std::string& text, double& out) {
   return end != text.c_str() && *end == '\0';
 }
 
+/// Reads on from a position, as a stream does; where that fails, a special name.
+static void tryExtract(const std::string& text) {
+  static std::istringstream in;
+  in.imbue(std::locale::classic());
+  in.clear();
+  in.str("8-" + text);
+  in.seekg(2);
+  double expected, number = 42;
+  const std::size_t end = tryExtractFloating(in.str(), 2, number);
+  if (in >> expected)
+    AGREE(number == expected && end == (in.eof() ? text.size() + 2 : std::size_t(in.tellg())));
+  else
+    AGREE(end == tryExtractSpecialFloating(in.str(), 2, number) && (end > 2 || number == 42));
+}
+
 static bool tryNumber(const std::string& text) {
+  tryExtract(text);
   double expected, number;
   const bool valid = isNumber(text, expected);
   AGREE(valid == (tryConvert<double, true>(text, number)));
@@ -40,7 +57,23 @@ static bool tryNumber(const std::string& text) {
   return valid;
 }
 
+static void tryNullable(const std::string& text) {
+  static const std::map<std::string, std::string> known = {
+      {"", ""},           {"true", "true"},   {"True", "true"}, {"1", "true"},
+      {"false", "false"}, {"False", "false"}, {"0", "false"}};
+  const auto expected = known.find(text);
+  NullableBool value = true;
+  std::istringstream in(text);
+  std::ostringstream out;
+  value << in;
+  value >> out;
+  AGREE(in.bad() == (expected == known.end()));
+  AGREE(out.str() == (in.bad() ? "true" : expected->second));
+}
+
 void tryText(const std::string& text) {
+  if (text.size() < 6)
+    tryNullable(text);
   bool valid = true;
   const auto fields = StringHelper::split(text, ';');
   for (const std::string& field : fields)

@@ -30,6 +30,13 @@ static void tryBase64(const std::string& text) {
   AGREE(base64_decode(text) == Glib::Base64::decode(known.append(-known.size() % 4, '=')));
 }
 
+static std::string replacedByFind(std::string text, const std::string& from,
+                                  const std::string& to) {
+  for (std::size_t at = 0; !from.empty() && (at = text.find(from, at)) != std::string::npos;)
+    at = text.replace(at, from.size(), to).find(to, at) + to.size();
+  return text;
+}
+
 void tryText(const std::string& text) {
   tryVersion(text);
   tryBase64(text);
@@ -38,6 +45,8 @@ void tryText(const std::string& text) {
   for (const std::string& piece : StringHelper::split(text, ';'))
     joined += piece + part;
   AGREE(joined == StringHelper::replaceAll(text, ";", part) + part);
+  AGREE(StringHelper::replaceAll(text, part, ";;;") == replacedByFind(text, part, ";;;"));
+  AGREE(StringHelper::endsWith(text, part) == (text.rfind(part) == text.size() - part.size()));
   RecentCollection recent(3);
   recent.deserialize(text);
   AGREE(recent.serialize() == text.substr(std::min(text.find_first_not_of(';'), text.size())));

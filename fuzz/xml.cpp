@@ -16,7 +16,13 @@ static std::string plain(std::string text) {
 
 void tryText(const std::string& text) {
   std::string known = plain(text);
-  AGREE(plain(XmlHelper::escapeXml(text)) == Glib::Markup::escape_text(known).raw());
+  const std::string escaped = Glib::Markup::escape_text(known).raw();
+  AGREE(plain(XmlHelper::escapeXml(text)) == escaped);
+  for (std::size_t before : {1, 2, 3, 4, 5, 6, 7, 507, 509, 511}) { // places in a word and a block
+    const std::string around(before, 'x');
+    AGREE(plain(XmlHelper::escapeXml("<" + around + text + around)) ==
+          "&lt;" + around + escaped + around);
+  }
   const std::size_t end = known.find("?>");
   std::string rest = known.substr(end == std::string::npos ? 0 : end + 2);
   AGREE(XmlHelper::_removeXmlDeclaration(known) == g_strstrip(rest.data()));

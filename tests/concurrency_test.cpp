@@ -184,10 +184,4 @@ TEST(StdOutCapture, TakesAllEndsAtOnceAndLeavesNothing) {
   EXPECT_EQ(capture.getCapture(), "a\n\nb");
 }
 
-TEST(TypeHelper, ShortNameLosesItsNamespacesOnly) {
-  EXPECT_EQ(Qiv::TypeHelper::getTypeName(typeid(Qiv::Secundomer)), "Qiv::Secundomer");
-  EXPECT_EQ(Qiv::TypeHelper::getShortTypeName(typeid(std::vector<Qiv::Secundomer>)),
-            "vector<Qiv::Secundomer, std::allocator<Qiv::Secundomer> >");
-}
-
 } // namespace

@@ -41,13 +41,6 @@ TEST(StringHelper, MatchesAtAPosition) {
   }
 }
 
-TEST(StringHelper, SplitsReplacesAndComparesEnds) {
-  EXPECT_EQ(StringHelper::split("..a.b.", '.'), (std::vector<std::string>{"", "", "a", "b", ""}));
-  EXPECT_EQ(StringHelper::replaceAll("aba", "a", "aa"), "aabaa");
-  EXPECT_EQ(StringHelper::replaceAll("abc", "", "x"), "abc");
-  EXPECT_TRUE(StringHelper::endsWith("abc", "bc") && !StringHelper::endsWith("bc", "abc"));
-}
-
 TEST(StringHelper, FormatsAnyLength) {
   const auto message = "Qiv::StringHelper::format - Error during formatting.";
   EXPECT_EQ(StringHelper::formatC("%02d%c%5000d", 1, 0, 3), "01\0"s + std::string(4999, ' ') + "3");

@@ -10,18 +10,6 @@
 using namespace support;
 using Qiv::XmlHelper;
 
-TEST(XmlHelper, EscapesMarkupWhereverItStands) {
-  const std::pair<const char*, const char*> rows[] = {
-      {"&", "&amp;"}, {"<", "&lt;"}, {">", "&gt;"}, {"\"", "&quot;"}, {"'", "&apos;"}};
-  for (const auto& [markup, entity] : rows)
-    for (std::size_t at = 0; at < 530; ++at) { // in every place of a block
-      const std::string before(at, '\x80'), behind(530 - at, '\0');
-      ASSERT_EQ(XmlHelper::escapeXml("<" + before + markup + behind),
-                "&lt;" + before + entity + behind);
-    }
-  EXPECT_EQ(XmlHelper::_removeXmlDeclaration("<?xml version=\"1.0\"?>\r\n\t<a?> \n"), "<a?>");
-}
-
 TEST(XmlHelper, WritesElementsAndLeavesNothingBehind) {
   const auto writeRootChildren = XmlHelper::writeRootChildElementToString;
   const std::string text = "<a k=\"&lt;\">\n  <b>ж</b>\n</a>";
