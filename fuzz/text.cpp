@@ -37,6 +37,29 @@ static std::string replacedByFind(std::string text, const std::string& from,
   return text;
 }
 
+static void tryRecent(const std::string& text) {
+  RecentCollection recent(3);
+  recent.deserialize(text);
+  AGREE(recent.serialize() == text.substr(std::min(text.find_first_not_of(';'), text.size())));
+  std::vector<std::string> known = recent.getCollection();
+  for (const std::string& piece : StringHelper::split(text, '.')) {
+    AGREE(recent.tryAdd(piece));
+    if (const auto last = known.end(); known.empty() || known.back() != piece) {
+      if (const auto found = std::find(known.begin(), last, piece); found != last)
+        known.erase(found);
+      known.push_back(piece);
+    }
+    if (known.size() > 3)
+      known.erase(known.begin());
+    AGREE(recent.getCollection() == known && recent.getLast() == known.back());
+  }
+  recent.tryAdd(recent.getCollection()[0]); // its own entry
+  AGREE(recent.getLast() == known[0]);
+  recent.deserialize(recent.getCollection()[0]);
+  RecentCollection none(0);
+  AGREE(none.tryAdd(text) && none.serialize().empty() && none.getLast().empty());
+}
+
 void tryText(const std::string& text) {
   tryVersion(text);
   tryBase64(text);
@@ -47,7 +70,5 @@ void tryText(const std::string& text) {
   AGREE(joined == StringHelper::replaceAll(text, ";", part) + part);
   AGREE(StringHelper::replaceAll(text, part, ";;;") == replacedByFind(text, part, ";;;"));
   AGREE(StringHelper::endsWith(text, part) == (text.rfind(part) == text.size() - part.size()));
-  RecentCollection recent(3);
-  recent.deserialize(text);
-  AGREE(recent.serialize() == text.substr(std::min(text.find_first_not_of(';'), text.size())));
+  tryRecent(text);
 }

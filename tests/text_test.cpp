@@ -137,24 +137,3 @@ TEST(ByteStack, IsFilledDrainedAndPrinted) {
   vectorHelper::print({});
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "78x\n-4AJ\n\n0A-FF\n\n");
 }
-
-struct Distinct : RecentCollection {
-  using RecentCollection::RecentCollection;
-  bool _canAdd(const std::string& item) override { return item != getLast(); }
-};
-
-TEST(RecentCollection, KeepsTheNewestAtTheBack) {
-  const std::string name(100, 'n');
-  Distinct recent(3);
-  recent.tryAdd(";" + name + ";" + name + ";b;c");
-  recent.deserialize(recent.getCollection()[0]); // takes its own entries
-  recent.tryAdd(recent.getCollection()[0]);
-  EXPECT_EQ(recent.getCollection(), (std::vector<std::string>{"b", "c", name}));
-  int changes = 0;
-  recent.signalChanged.connect([&changes] { ++changes; });
-  EXPECT_FALSE(recent.tryAdd(name));
-  EXPECT_TRUE(recent.tryAdd("d") && changes == 1);
-  EXPECT_EQ(recent.serialize(), "c;" + name + ";d");
-  RecentCollection none(0);
-  EXPECT_TRUE(none.tryAdd("a") && none.serialize().empty());
-}
