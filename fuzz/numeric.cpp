@@ -82,8 +82,16 @@ void tryText(const std::string& text) {
        {"1.797693134862315", "214748364", "-214748364", "1e-30", "90071992547409"})
     tryNumber(start + text);
   NumericRange range(1, 2, 3);
-  AGREE(NumericRangeTypeConverter::fromStringData(text, range) == (valid && fields.size() == 3));
-  const std::string written = NumericRangeTypeConverter::toStringData(range);
+  std::istringstream in(text);
+  range << in;
+  AGREE(in.bad() == !(valid && fields.size() == 3));
+  AGREE(!in.bad() || range == NumericRange(1, 2, 3));
+  std::ostringstream out;
+  range >> out;
+  const auto textOf = convertToString<double, true>;
+  const std::string written = out.str();
+  AGREE(written == textOf(range.getMin(), 2) + ";" + textOf(range.getMax(), 2) + ";" +
+                       textOf(range.getStep(), 2));
   AGREE(!NumericRangeTypeConverter::fromStringData(written, range) || // too large when rounded
         NumericRangeTypeConverter::toStringData(range) == written);
 }

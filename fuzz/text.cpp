@@ -37,6 +37,20 @@ static std::string replacedByFind(std::string text, const std::string& from,
   return text;
 }
 
+static void tryMatch(const std::string& text, const std::string& part) {
+  const auto alike = [](char a, char b) {
+    return std::tolower(static_cast<unsigned char>(a)) ==
+           std::tolower(static_cast<unsigned char>(b));
+  };
+  for (std::size_t pos = 0; pos + part.size() <= text.size(); ++pos) {
+    const auto start = text.begin() + static_cast<std::ptrdiff_t>(pos);
+    AGREE(StringHelper::isInclude(text, part, pos, text.size(), true) ==
+          std::equal(part.begin(), part.end(), start, alike));
+    AGREE(StringHelper::isInclude(text, part, pos, text.size(), false) ==
+          std::equal(part.begin(), part.end(), start));
+  }
+}
+
 static void tryRecent(const std::string& text) {
   RecentCollection recent(3);
   recent.deserialize(text);
@@ -71,4 +85,6 @@ void tryText(const std::string& text) {
   AGREE(StringHelper::replaceAll(text, part, ";;;") == replacedByFind(text, part, ";;;"));
   AGREE(StringHelper::endsWith(text, part) == (text.rfind(part) == text.size() - part.size()));
   tryRecent(text);
+  tryMatch(text, part);
+  tryMatch(text, "A" + part + "z");
 }
