@@ -10,8 +10,7 @@ namespace {
 /// Lets a worker count to three, one round for each question.
 void count() {
   std::atomic<int> counted{0};
-  Qiv::AutoResetEvent asked;
-  Qiv::AutoResetEvent answered;
+  Qiv::AutoResetEvent asked, answered;
   Qiv::ThreadManager worker;
   worker.start([&] {
     if (!asked.waitOne(100)) // short, so that stop() need not wait for long
@@ -38,12 +37,14 @@ std::string capture(const std::function<void()>& print) {
 /// A view that follows one model at a time.
 void follow() {
   sigc::signal<void, int> changed;
-  Qiv::PointerConnectionsDispatcher connections;
+  Qiv::PointerNamedConnectionsDispatcher connections;
   for (const char* view : {"first", "second"})
-    connections.connect(&changed, changed.connect([view](int value) {
+    connections.connect(&changed, "view", changed.connect([view](int value) {
       std::cout << view << " view shows " << value << "\n";
     }));
   changed.emit(42); // the second connection has replaced the first
+  connections.disconnectObject(&changed);
+  changed.emit(43); // nobody looks any more
 }
 
 } // namespace

@@ -139,19 +139,6 @@ TEST(ConnectionsDispatchers, BearSlotsThatUseThemWhenTheyGo) {
   expectBearsItsSlots<Qiv::PointerNamedConnectionsDispatcher>("name");
 }
 
-TEST(ConnectionsDispatchers, KeepNamesAndObjectsApart) {
-  const char objects[2] = "";
-  sigc::signal<void> signal;
-  Qiv::PointerNamedConnectionsDispatcher connections;
-  for (const char* name : {"a", "b", "b", "c"})
-    for (const char& object : objects)
-      connections.connect(&object, name, signal.connect([] {}));
-  connections.disconnect(&objects[0], "b");
-  EXPECT_EQ(signal.size(), 5);
-  connections.disconnectObject(&objects[0]);
-  EXPECT_EQ(signal.size(), 3);
-}
-
 TEST(DebugManager, TellsChanges) {
   using Debug = Qiv::DebugManager;
   std::string told;

@@ -108,7 +108,8 @@ constexpr const char* printer = "exec cat \"${0%/*}/$*\" 2>/dev/null";
 /// Has tools of its own in front of those of the machine.
 struct FakeTools : testing::Test {
   const TempDir dir;
-  const PathPrefix path{dir.getPath()};
+  const std::string path = dir.getPath() + ":" + getenv("PATH");
+  const int inFront = setenv("PATH", path.c_str(), 1);
   const int english = lng::language = 0;
 };
 
@@ -149,9 +150,7 @@ TEST_F(FakeTools, MayPrintAnythingAndLeavesNothingBehind) {
     writeFile(dir / "a", addresses);
     for (const char* program : {"ip", "ping"})
       writeScript(dir / program, tool);
-    const PathPrefix restored(dir.getPath());
-    if (tool == "none")
-      setenv("PATH", "/no/such", 1);
+    setenv("PATH", tool == "none" ? "/no/such" : path.c_str(), 1);
     EXPECT_EQ(discovered(), expected) << name;
     pingLinux("10.0.0.1", 1);
     try {

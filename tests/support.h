@@ -49,13 +49,6 @@ inline void writeScript(const std::string& path, const std::string& body) {
   std::filesystem::permissions(path, std::filesystem::perms::owner_all);
 }
 
-/// Puts a folder first on PATH as long as it lives.
-struct PathPrefix {
-  explicit PathPrefix(const std::string& dir) { setenv("PATH", (dir + ":" + old).c_str(), 1); }
-  ~PathPrefix() { setenv("PATH", old.c_str(), 1); }
-  const std::string old = getenv("PATH");
-};
-
 /// Runs `body` in processes of their own, all at once, each with its number.
 inline void inProcesses(int count, const std::function<void(int)>& body) {
   for (int number = 0; number < count; ++number)
