@@ -1,6 +1,6 @@
 #include "qiv/concurrency.h"
 
-#include "cross/system_path.h"
+#include "internal/system_path.h"
 #include "qiv/files.h"
 
 #include <cerrno>

@@ -1,6 +1,6 @@
 #include "qiv/errors.h"
 
-#include "text/checked_text.h"
+#include "internal/checked_text.h"
 
 #include <utility>
 

@@ -1,7 +1,7 @@
 #include "qiv/log.h"
 
+#include "internal/checked_text.h"
 #include "qiv/text.h"
-#include "text/checked_text.h"
 
 #include <ctime>
 #include <iomanip>

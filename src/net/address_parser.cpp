@@ -1,6 +1,6 @@
 #include "qiv/net.h"
 
-#include "text/checked_text.h"
+#include "internal/checked_text.h"
 
 #include <cstdlib>
 #include <cstring>

@@ -1,4 +1,4 @@
-#include "cross/spawn.h"
+#include "files/spawn.h"
 #include "net/ip_listing.h"
 #include "qiv/files.h"
 #include "qiv/net.h"

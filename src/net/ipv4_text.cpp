@@ -1,4 +1,4 @@
-#include "net/ip4_number.h"
+#include "net/ipv4_number.h"
 
 namespace Qiv {
 

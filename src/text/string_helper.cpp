@@ -1,6 +1,6 @@
 #include "qiv/text.h"
 
-#include "text/checked_text.h"
+#include "internal/checked_text.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -1,7 +1,7 @@
 #include "qiv/files.h"
 #include "qiv/xml.h"
 
-#include "text/checked_text.h"
+#include "internal/checked_text.h"
 
 #include <cstdio>
 #include <libxml/parser.h>

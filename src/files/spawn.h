@@ -1,5 +1,5 @@
-#ifndef QIV_CROSS_SPAWN_H
-#define QIV_CROSS_SPAWN_H
+#ifndef QIV_FILES_SPAWN_H
+#define QIV_FILES_SPAWN_H
 
 #include <string>
 

@@ -1,6 +1,6 @@
 #include "qiv/files.h"
 
-#include "cross/system_path.h"
+#include "internal/system_path.h"
 
 #include <memory>
 #include <utility>

@@ -1,9 +1,15 @@
 #include "qiv/files.h"
 
+#include <algorithm>
+#include <climits>
+#include <clocale>
 #include <cstdlib>
 #include <cstring>
 #include <dirent.h>
+#include <glibmm/convert.h>
+#include <glibmm/miscutils.h>
 #include <memory>
+#include <unistd.h>
 
 namespace cross {
 
@@ -47,6 +53,24 @@ int ls(const char* path) {
     printName(entry->d_name);
   }
   return 0;
+}
+
+void dirs_test() {
+  std::printf("sz=%d %d \n", 1, PATH_MAX);
+  std::string charset;
+  Glib::get_charset(charset);
+  std::printf("locale=%s, CP=%s\n", std::setlocale(LC_ALL, nullptr), charset.c_str());
+  std::printf("appcache=%s\n", getAppCacheDir());
+  const std::string documents = getDocDir();
+  std::string bytes = documents;
+  bytes.resize(std::max<std::size_t>(bytes.size(), 16));
+  std::printf("%s=%s 0x%X 0x%X 0x%X\n", "mydoc", documents.c_str(), bytes[13] & 0xFFU,
+              bytes[14] & 0xFFU, bytes[15] & 0xFFU);
+  std::printf("glib_=%s\n", Glib::get_user_data_dir().c_str());
+  ls("../1path/");
+  char folder[PATH_MAX] = "";
+  std::printf("PATH_MAX=%d,%s\n", PATH_MAX, getcwd(folder, sizeof folder) ? folder : "");
+  std::printf("ret=%d\n", std::system("./1/1.pdf &"));
 }
 
 } // namespace cross

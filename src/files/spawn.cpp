@@ -1,7 +1,7 @@
-#include "cross/spawn.h"
+#include "files/spawn.h"
 
+#include "internal/checked_text.h"
 #include "qiv/files.h"
-#include "text/checked_text.h"
 
 #include <cerrno>
 #include <cstring>

@@ -1,5 +1,5 @@
-#ifndef QIV_NET_IP4_NUMBER_H
-#define QIV_NET_IP4_NUMBER_H
+#ifndef QIV_NET_IPV4_NUMBER_H
+#define QIV_NET_IPV4_NUMBER_H
 
 #include "qiv/net.h"
 

@@ -1,5 +1,5 @@
-#ifndef QIV_TEXT_CHECKED_TEXT_H
-#define QIV_TEXT_CHECKED_TEXT_H
+#ifndef QIV_INTERNAL_CHECKED_TEXT_H
+#define QIV_INTERNAL_CHECKED_TEXT_H
 
 #include <stdexcept>
 

@@ -1,6 +1,6 @@
 #include "qiv/files.h"
 
-#include "cross/system_path.h"
+#include "internal/system_path.h"
 
 #include <ext/stdio_filebuf.h>
 #include <fcntl.h>
@@ -72,3 +72,8 @@ bool fileExist(const std::string& path) {
 }
 
 } // namespace Qiv
+
+cross::FileInfo::FileInfo(const char* path) : st() {
+  if (!path || stat(path, &st) != 0)
+    st.st_dev = static_cast<dev_t>(-1);
+}

@@ -1,5 +1,5 @@
-#ifndef QIV_CROSS_SYSTEM_PATH_H
-#define QIV_CROSS_SYSTEM_PATH_H
+#ifndef QIV_INTERNAL_SYSTEM_PATH_H
+#define QIV_INTERNAL_SYSTEM_PATH_H
 
 #include <string>
 
