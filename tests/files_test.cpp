@@ -206,6 +206,20 @@ TEST_F(Files, AreInFoldersThatFollowHomeAndUserDirs) {
   EXPECT_EQ(getQivCrossExeDir() + " " + getThemesDir(), exe + " " + exe + "Themes/");
 }
 
+TEST_F(Files, AreInFoldersThatAreKnownUntilTheProcessIsGone) {
+  setenv("HOME", (folder / "home").c_str(), 1);
+  const auto exitAfterUse = [] {
+    std::atexit([] { // runs after the destructors of what is made from here on
+      std::cerr << getQivCrossAppCacheDir() << getQivCrossDocDir() << getThemesDir();
+    });
+    getQivCrossAppCacheDir() + getQivCrossDocDir() + getThemesDir();
+    std::exit(0);
+  };
+  EXPECT_EXIT(exitAfterUse(), testing::ExitedWithCode(0),
+              "^" + folder / "home/.cache/QivCross/" + "QivCross//.*/Themes/$")
+      << "and no word of awk";
+}
+
 TEST_F(Files, OfTheFirstFolderAreListedByTheDeveloperCheck) {
   cross::exec("mkdir -p 1path/sub gone; touch 1path/sub/xy; ln -s none gone/link");
   EXPECT_EQ(printed([] { cross::ls("gone"); }), "");

@@ -7,6 +7,18 @@
 #include <cstdlib>
 #include <system_error>
 #include <unistd.h>
+#include <utility>
+
+using namespace std::string_literals;
+
+namespace {
+
+/// What destructors of global objects and atexit functions still use is never destroyed.
+std::string& keep(std::string text) {
+  return *new std::string(std::move(text));
+}
+
+} // namespace
 
 namespace cross {
 
@@ -16,7 +28,7 @@ namespace {
 
 /// Made if it is missing. Only the first call decides where it lies.
 void makeDefaultDocDir() {
-  static const std::string path = getHomeDir() + "Documents/";
+  static const std::string& path = keep(getHomeDir() + "Documents/");
   if (!Qiv::fileExist(path))
     mkdir(path.c_str(), 0700);
 }
@@ -37,20 +49,20 @@ std::string findExeDir() {
 } // namespace
 
 const std::string& getHomeDir() {
-  static const std::string home = std::string(Qiv::internal::checkedText(getenv("HOME"))) + "/";
+  static const std::string& home = keep(Qiv::internal::checkedText(getenv("HOME")) + "/"s);
   return home;
 }
 
 const char* getAppCacheDir() {
-  static std::string cache;
+  static std::string& cache = keep("");
   cache = getHomeDir() + ".cache/";
   return cache.c_str();
 }
 
 const char* getDocDir() {
-  static std::string documents;
+  static std::string& documents = keep("");
   const std::string entry = exec("awk -F '=' '/XDG_DOCUMENTS_DIR/ {print $2}' "
-                                 "~/.config/user-dirs.dirs | tr -d '\\\"'");
+                                 "~/.config/user-dirs.dirs 2>/dev/null | tr -d '\\\"'");
   const std::string home = "$HOME/";
   if (entry.empty() || entry == home)
     makeDefaultDocDir();
@@ -61,7 +73,7 @@ const char* getDocDir() {
 
 const char* getExeDir() {
   try {
-    static const std::string folder = findExeDir();
+    static const std::string& folder = keep(findExeDir());
     return folder.c_str();
   } catch (const std::system_error&) { // the next call tries again
     return "";
@@ -83,7 +95,7 @@ std::string getQivCrossDocDir() {
 }
 
 std::string getThemesDir() {
-  static const std::string themes = std::string(cross::getExeDir()) + "Themes/";
+  static const std::string& themes = keep(std::string(cross::getExeDir()) + "Themes/");
   return themes;
 }
 
