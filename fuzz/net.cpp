@@ -41,9 +41,12 @@ static void tryListing(const std::string& text) {
   const internal::Gateway gateway = internal::findGateway(text);
   for (const NetworkInterface& iface : internal::parseInterfaces(text, gateway).interfaces) {
     AGREE(!iface.name.empty() && iface.name != "lo" && has(text, ": " + iface.name + ": "));
-    AGREE(iface.gateway == (iface.name == gateway.device ? gateway.address : ""));
-    for (const NetworkAddr& address : iface.addresses)
-      AGREE(has(text, "\n    inet " + address.address + "/"));
+    const std::string device = iface.name.substr(0, iface.name.find('@'));
+    AGREE(iface.gateway == (device == gateway.device ? gateway.address : ""));
+    for (const NetworkAddr& address : iface.addresses) {
+      AGREE(address.address.find(' ') == std::string::npos);
+      AGREE(has(text, "\n    inet " + address.address));
+    }
   }
 }
 

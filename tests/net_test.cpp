@@ -4,6 +4,7 @@
 #include "support.h"
 
 #include <algorithm>
+#include <fcntl.h>
 #include <random>
 #include <sched.h>
 
@@ -82,7 +83,7 @@ TEST(Checksum, AddsWordsAndTheOddByte) {
   }
 }
 
-/// A line "index name mac gateway address/mask ..." for each interface, or what is thrown.
+/// A line "index caption mac gateway address/mask ..." for each interface, or what is thrown.
 std::string discovered() {
   try {
     const NetworkInterfaces list = NetworkHelper::getNetworkInterfaces();
@@ -102,56 +103,117 @@ std::string discovered() {
   }
 }
 
-/// Prints the file named as the arguments that stands beside the tool, nothing when there is none.
-constexpr const char* printer = "exec cat \"${0%/*}/$*\" 2>/dev/null";
+/// What tryGetNetworkInterfaces tells the user of a failure.
+std::string reported() {
+  NetworkInterfaces list;
+  list.interfaces.resize(2);
+  const Result result = NetworkHelper::tryGetNetworkInterfaces(list);
+  if (result)
+    return "no failure";
+  EXPECT_EQ(list.interfaces.size(), 2) << "touched on failure";
+  return ObjectErrorHelper::toDisplayString({result.getError()}, 0);
+}
 
-/// Has tools of its own in front of those of the machine.
+/// Has `ip` and `ping` of its own in front of those of the machine.
 struct FakeTools : testing::Test {
+  FakeTools() { install("exec cat \"${0%/*}/$*\" 2>/dev/null"); }
+
+  void install(const std::string& script) {
+    for (const char* tool : {"ip", "ping"})
+      writeScript(dir / tool, script);
+  }
+
+  /// Has the first `ip` print this, when it is asked for addresses and for routes.
+  void print(const std::string& addresses, const std::string& defaultRoute,
+             const std::string& routes) {
+    writeFile(dir / "a", addresses);
+    writeFile(dir / "r show default", defaultRoute);
+    writeFile(dir / "r", routes);
+  }
+
   const TempDir dir;
   const std::string path = dir.getPath() + ":" + getenv("PATH");
   const int inFront = setenv("PATH", path.c_str(), 1);
   const int english = lng::language = 0;
 };
 
-TEST_F(FakeTools, MayPrintAnythingAndLeavesNothingBehind) {
-  const std::string e = "2: e: x\n", down = "10.0.0.0/8 dev e linkdown\n", long33(33, '1');
+TEST_F(FakeTools, DescribeAMachine) {
+  print(R"(1: lo: <LOOPBACK,UP,LOWER_UP> mtu 65536
+    inet 127.0.0.1/8 scope host lo
+2: eth0: <BROADCAST,UP,LOWER_UP> mtu 1500
+    link/ether 00:1A:2B-3C: brd ff:ff
+    inet 192.168.1.5/24 scope global eth0
+    inet6 fe80::1/64 scope link
+    inet 10.0.0.5/8 scope global eth0
+7: wlan0: <BROADCAST> mtu 1500
+    link/ether 00:1a:2b:3c brd ff:ff
+)",
+        "default via 1.1.11 via 1.1.1.1 dev eth0 proto dhcp\n", "");
+  EXPECT_EQ(discovered(),
+            "2 eth0 00:1A:2B-3C: 1.1.1.1 192.168.1.5/255.255.255.0 10.0.0.5/255.0.0.0\n"
+            "7 wlan0  \n");
+}
+
+TEST_F(FakeTools, FindTheInterfaceThatLeadsToTheGateway) {
+  const std::string long33(33, '1');
   const struct {
-    std::string name, addresses, expected, defaultRoute = "", routes = "", tool = printer;
-  } rows[] = {
-      {"a machine",
-       "1: lo: <LOOPBACK,UP,LOWER_UP> mtu 65536\n    inet 127.0.0.1/8 scope host lo\n"
-       "2: eth0: <BROADCAST,UP,LOWER_UP> mtu 1500\n    link/ether 00:1A:2B-3C: brd ff:ff\n"
-       "    inet 192.168.1.5/24 scope global eth0\n    inet 10.0.0.5/8 scope global eth0\n"
-       "7: wlan0: <BROADCAST> mtu 1500\n    link/ether 00:1a:2b:3c brd ff:ff\n",
-       "2 eth0 00:1A:2B-3C: 1.1.1.1 192.168.1.5/255.255.255.0 10.0.0.5/255.0.0.0\n"
-       "7 wlan0  \n",
-       "default via 1.1.11 via 1.1.1.1 dev eth0 proto dhcp\n"},
-      {"a long gateway goes first", "1: a: x\n" + e, "2 e  " + long33 + "\n1 a  \n",
-       "via " + long33 + " dev e"},
-      {"odd headers", "2: a: b: c\n2: e\n3:: \n: x: y\n4 g: h: i\n99999999999999999999: f: \n",
-       "2 a: b  \n-1 f  \n"},
-      {"no interfaces", "", "literal: Network interfaces not found", "", down},
-      {"all off", "2: e: <CAST>\n", "literal: No ethernet adapters enabled or network is disabled",
-       "", down},
-      {"flags count until the last line",
-       "1: d: <UP,CAST>\n2: e: <A,UP,CAST>\n3: f: <CAST> mtu 5 6 7 state DOWN\n",
-       "text: d: ethernet adapter or network is disabled\ne: no IP address\nf: No ethernet link\n",
-       "", down},
-      {"one route is up", e, "2 e  \n", "", down + "10.0.0.0/8 dev f\n"},
-      {"hangs up", "", "", "", "", "exec >&- 2>&-; sleep .01"},
-      {"complains", "", "text:  ip r show default: broken\n", "", "", "echo broken >&2"},
-      {"is missing", "", "", "", "", "none"}};
-  std::size_t call = 0;
-  expectNothingLeft("discovery, ping, set169ip; 10 kinds of tool", rounds(100, 10000), [&] {
-    const auto& [name, addresses, expected, defaultRoute, routes, tool] =
-        rows[call++ % std::size(rows)];
-    writeFile(dir / "r show default", defaultRoute);
-    writeFile(dir / "r", routes);
-    writeFile(dir / "a", addresses);
-    for (const char* program : {"ip", "ping"})
-      writeScript(dir / program, tool);
-    setenv("PATH", tool == "none" ? "/no/such" : path.c_str(), 1);
+    std::string name, defaultRoute, expected;
+  } rows[] = {{"at the end of the line", "default via 10.0.0.1 dev eth0",
+               "1 eth0@if8  10.0.0.1\n2 eth0.5@eth0  \n3 e+0@a@b  \n"},
+              {"a name with a dot", "default via 10.0.0.1 dev eth0.5 onlink\n",
+               "1 eth0@if8  \n2 eth0.5@eth0  10.0.0.1\n3 e+0@a@b  \n"},
+              {"other odd characters", "default via 10.0.0.1 dev  dev e+0 \n",
+               "1 eth0@if8  \n2 eth0.5@eth0  \n3 e+0@a@b  10.0.0.1\n"},
+              {"not by the link's other end", "default via 10.0.0.1 dev if8\n",
+               "1 eth0@if8  \n2 eth0.5@eth0  \n3 e+0@a@b  \n"},
+              {"a long gateway goes first", "via " + long33 + " dev e+0",
+               "3 e+0@a@b  " + long33 + "\n1 eth0@if8  \n2 eth0.5@eth0  \n"}};
+  for (const auto& [name, defaultRoute, expected] : rows) {
+    print("1: eth0@if8: <UP>\n2: eth0.5@eth0: <UP>\n3: e+0@a@b: <UP>\n", defaultRoute, "");
     EXPECT_EQ(discovered(), expected) << name;
+  }
+}
+
+TEST_F(FakeTools, MayPrintAnything) {
+  const std::string e = "2: e: x\n", down = "10.0.0.0/8 dev e linkdown\n";
+  const struct {
+    std::string name, addresses, routes, expected, reported = "no failure";
+  } rows[] = {
+      {"odd headers", "2: a: b: c\n2: e\n3:: \n: x: y\n4 g: h: i\n99999999999999999999: f: \n", "",
+       "2 a: b  \n-1 f  \n"},
+      {"one route is up", e, down + "10.0.0.0/8 dev f\n", "2 e  \n"},
+      {"no interfaces", "", down, "literal: Network interfaces not found",
+       "Network interfaces not found"},
+      {"all off", "2: e: <CAST>\n", down,
+       "literal: No ethernet adapters enabled or network is disabled",
+       "No ethernet adapters enabled or network is disabled"},
+      {"flags count until the last line",
+       "1: d: <UP,CAST>\n2: e: <A,UP,CAST>\n3: f: <CAST> mtu 5 6 7 state DOWN\n", down,
+       "text: d: ethernet adapter or network is disabled\ne: no IP address\nf: No ethernet link\n",
+       "The network cannot be used\n* d: ethernet adapter or network is disabled\n"
+       "* e: no IP address\n* f: No ethernet link"}};
+  for (const auto& row : rows) {
+    print(row.addresses, "", row.routes);
+    EXPECT_EQ(discovered(), row.expected) << row.name;
+    EXPECT_EQ(reported(), row.reported) << row.name;
+  }
+}
+
+TEST_F(FakeTools, MayFailAndLeaveNothingBehind) {
+  const struct {
+    std::string script, expected;
+  } rows[] = {{"exec >&- 2>&-; sleep .01", ""},
+              {"echo broken >&2", "text:  ip r show default: broken\n"},
+              {"no tool", ""}};
+  std::size_t call = 0;
+  expectNothingLeft("discovery, ping, set169ip; 3 kinds of tool", rounds(60, 10000), [&] {
+    const auto& [script, expected] = rows[call++ % std::size(rows)];
+    install(script);
+    setenv("PATH", script == "no tool" ? "/no/such" : path.c_str(), 1);
+    EXPECT_EQ(discovered(), expected) << script;
+    EXPECT_EQ(reported(), expected.empty() ? "no failure"
+                                           : "The network cannot be used\n"
+                                             "* ip r show default: broken");
     pingLinux("10.0.0.1", 1);
     try {
       set169ip();
@@ -160,28 +222,65 @@ TEST_F(FakeTools, MayPrintAnythingAndLeavesNothingBehind) {
   });
 }
 
-TEST(RealNetwork, IsDiagnosedFoundAndPinged) {
-  const auto run = [](const char* command) { EXPECT_EQ(std::system(command), 0) << command; };
-  lng::language = 0;
-  if (unshare(CLONE_NEWNET) != 0 || std::system("command -v ping >/dev/null") != 0)
-    GTEST_SKIP() << "needs root for a network namespace, and ping";
-  run("ip link add v0 type veth peer name v1 address 02:00:00:00:00:02 &&"
-      "ip link set lo up && ip addr add 10.9.0.1/24 dev v0 && ip link set v0 up");
+/// A network of the test's own, which goes with its process.
+struct RealNetwork : testing::Test {
+  void SetUp() override {
+    lng::language = 0;
+    if (unshare(CLONE_NEWNET) != 0 || std::system("command -v ping >/dev/null") != 0)
+      GTEST_SKIP() << "needs root for a network namespace, and ping";
+  }
+
+  static void run(const std::string& command) {
+    EXPECT_EQ(std::system(command.c_str()), 0) << command;
+  }
+
+  static void expectFound(const std::string& part) {
+    const std::string all = discovered();
+    EXPECT_NE(all.find(part), std::string::npos) << "no " << part << " in\n" << all;
+  }
+};
+
+TEST_F(RealNetwork, IsDiagnosed) {
+  run("ip link add v0 type veth peer name v1 && ip link set lo up &&"
+      "ip addr add 10.9.0.1/24 dev v0 && ip link set v0 up");
   EXPECT_EQ(discovered(), "text: v1@v0: ethernet adapter or network is disabled\n"
                           "v0@v1: No ethernet link\n");
-  run("ip link add eth2 type bridge && ip link add br0 type bridge &&"
-      "ip link set br0 address 02:00:00:00:00:01 && ip link set br0 up &&"
+}
+
+TEST_F(RealNetwork, IsFoundAndPinged) {
+  run("ip link set lo up && ip link add eth2 address 02:00:00:00:00:02 type bridge &&"
+      "ip link add br0 address 02:00:00:00:00:01 type bridge && ip link set br0 up &&"
       "ip addr add 192.168.7.5/24 dev br0 && ip route add default via 192.168.7.1");
   set169ip();
-  for (const char* part : {" br0 02:00:00:00:00:01 192.168.7.1 192.168.7.5/255.255.255.0\n",
-                           " 169.254.0.22/255.255.255.0\n"})
-    EXPECT_NE(discovered().find(part), std::string::npos) << discovered();
+  expectFound(" br0 02:00:00:00:00:01 192.168.7.1 192.168.7.5/255.255.255.0\n");
+  expectFound(" eth2 02:00:00:00:00:02  169.254.0.22/255.255.255.0\n");
   EXPECT_EQ(NetworkHelper::getFirstMacAddress(), Mac("02:00:00:00:00:02"));
   const Ip4 ip("192.168.7.77"), mask("255.255.255.0");
   EXPECT_EQ(NetworkHelper::getAccessibleInterface(ip, mask), "br0");
   EXPECT_FALSE(NetworkHelper::accessibleViaInterface("br", ip, mask));
-  EXPECT_TRUE(pingLinux("127.0.0.1", 1) && pingLinux("::1", 1));
+  EXPECT_TRUE(pingLinux("127.0.0.1", 1));
+  EXPECT_TRUE(pingLinux("::1", 1));
   EXPECT_FALSE(NetworkHelper::ping("2001:db8::1", 1));
+}
+
+TEST_F(RealNetwork, OfAContainerHasItsGateway) {
+  const int host = open("/proc/self/ns/net", O_RDONLY); // keeps the other ends of the links
+  ASSERT_EQ(unshare(CLONE_NEWNET), 0);
+  for (const std::string device : {"eth0", "eth0.5"})
+    run("ip link add " + device + " address 02:00:00:00:00:01 type veth peer name far" + device +
+        " netns /proc/self/fd/" + std::to_string(host) + " && ip link set " + device + " up");
+  run("ip addr add 10.8.0.6 peer 10.8.0.5 dev eth0 && ip addr add 10.9.0.2/24 dev eth0.5 &&"
+      "ip route add default via 10.9.0.1 dev eth0.5");
+  expectFound(" 02:00:00:00:00:01  10.8.0.6/255.255.255.255\n");
+  expectFound(" 02:00:00:00:00:01 10.9.0.1 10.9.0.2/255.255.255.0\n");
+  expectFound(" eth0.5@if");
+  run("ip route replace default via 10.8.0.5 dev eth0");
+  expectFound(" 02:00:00:00:00:01 10.8.0.5 10.8.0.6/255.255.255.255\n");
+  EXPECT_EQ(NetworkHelper::getAccessibleInterface("10.8.0.6", "255.255.255.255").substr(0, 6),
+            "eth0@i");
+  EXPECT_FALSE(NetworkHelper::accessibleViaInterface("eth0", "10.8.0.6", "255.255.255.255"))
+      << "only by its printed name";
+  close(host);
 }
 
 TEST_F(FakeTools, StandsBesideAPingOfOnePlainCommand) {

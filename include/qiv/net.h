@@ -3,15 +3,11 @@
 
 /// Network addresses, the machine's interfaces, reachability, FTP upload.
 ///
-///     try {
-///       for (const Qiv::NetworkInterface& iface :
-///            Qiv::NetworkHelper::getNetworkInterfaces().interfaces)
-///         show(iface.name, iface.mac);
-///     } catch (const char* message) { // "No ethernet adapters enabled ...", in lng::language
-///       show(message);
-///     } catch (const std::string& message) { // what is wrong with each interface
-///       show(message);
-///     }
+///     Qiv::NetworkInterfaces found;
+///     if (Qiv::Result result = Qiv::NetworkHelper::tryGetNetworkInterfaces(found); !result)
+///       show(Qiv::ObjectErrorHelper::toDisplayString({result.getError()}, 0));
+///     for (const Qiv::NetworkInterface& iface : found.interfaces)
+///       show(iface.name, iface.mac);
 ///
 /// Address values throw nothing but for a null MAC text. Discovery and the operations built on it
 /// run the `ip` tool and throw bare texts, a `const char*` or a `std::string`. All may be called
@@ -183,7 +179,7 @@ struct NetworkAddr {
 struct NetworkInterface {
   int index = 0;                      ///< the kernel's number of the interface, from 1
   std::string caption;                ///< the name again
-  std::string name;                   ///< "eth0"
+  std::string name;                   ///< as `ip` prints it: "eth0", in a container "eth0@if8"
   std::string extra;                  ///< empty
   std::string mac;                    ///< as `ip` prints it; empty when there is none
   std::vector<NetworkAddr> addresses; ///< in the order of `ip`; IPv4 only
@@ -242,10 +238,17 @@ public:
   /// The interfaces with the two flags set.
   static NetworkInterfaces getNetworkInterfaces();
 
+  /// The same without exceptions: `out` is left as it was on failure. The error tells the reason in
+  /// lng::language. Where that differs from interface to interface, it says that the network cannot
+  /// be used and has an inner error for each of them, such as "eth0: No ethernet link"; what the
+  /// `ip` tool complains of is inner errors, too.
+  static Result tryGetNetworkInterfaces(NetworkInterfaces& out);
+
   /// The MAC of the first interface, all zero when there is none.
   static Net::NetAddr<6, ':'> getFirstMacAddress();
 
-  /// True when an address of the interface and ip/mask lie in each other's subnet.
+  /// True when an address of the interface and ip/mask lie in each other's subnet. The name is
+  /// NetworkInterface::name: where that is "eth0@if8", "eth0" is the name of no interface.
   static bool accessibleViaInterface(const std::string& interfaceName,
                                      const Net::NetAddr<4, '.'>& ip,
                                      const Net::NetAddr<4, '.'>& mask);

@@ -18,18 +18,30 @@ bool standsAt(const std::string& text, std::size_t position, std::string_view pa
   return text.compare(position, part.size(), part) == 0;
 }
 
-/// The first run of `allowed` characters right after a `marker` that is longer than `minimum`.
-std::string runAfter(const std::string& line, std::string_view marker, const char* allowed,
-                     std::size_t minimum) {
-  std::size_t found = line.find(marker);
-  while (found != std::string::npos) {
+/// The first text right after a `marker` that is longer than `minimum`; `findEnd(first)` is where
+/// it ends, npos at the end of the line.
+template <typename FindEnd>
+std::string textAfter(const std::string& line, std::string_view marker, std::size_t minimum,
+                      FindEnd findEnd) {
+  for (std::size_t found = line.find(marker); found != std::string::npos;
+       found = line.find(marker, found)) {
     found += marker.size();
-    const std::size_t end = std::min(line.find_first_not_of(allowed, found), line.size());
-    if (end - found > minimum)
-      return line.substr(found, end - found);
-    found = line.find(marker, found);
+    const std::size_t length = std::min<std::size_t>(findEnd(found), line.size()) - found;
+    if (length > minimum)
+      return line.substr(found, length);
   }
   return {};
+}
+
+std::string runAfter(const std::string& line, std::string_view marker, const char* allowed,
+                     std::size_t minimum) {
+  return textAfter(line, marker, minimum,
+                   [&](std::size_t first) { return line.find_first_not_of(allowed, first); });
+}
+
+/// What a printed name is to the kernel: "eth0" of "eth0@if8", which tells the link's other end.
+std::string_view deviceOf(std::string_view name) {
+  return name.substr(0, name.find('@'));
 }
 
 /// A fresh record if the line begins one, such as "2: eth0: <BROADCAST,UP> mtu 1500".
@@ -46,17 +58,19 @@ std::optional<NetworkInterface> parseHeader(const std::string& line, const Gatew
   if (start <= last)
     iface.name = line.substr(start, last - start);
   iface.caption = iface.name;
-  if (iface.name == gateway.device)
+  if (deviceOf(iface.name) == gateway.device)
     iface.gateway = gateway.address;
   return iface;
 }
 
-/// Reads "    inet ADDRESS/LENGTH ...". A length beyond 32 bits wraps.
+/// Reads "    inet ADDRESS/LENGTH ..." or "    inet ADDRESS peer OTHER/LENGTH ...". A length beyond
+/// 32 bits wraps.
 std::optional<NetworkAddr> parseAddress(const std::string& line) {
   std::size_t position = line.find('/', inetMarker.size());
   if (position == std::string::npos)
     return std::nullopt;
-  const std::string address = line.substr(inetMarker.size(), position - inetMarker.size());
+  const std::size_t end = line.find_first_of(" /", inetMarker.size());
+  const std::string address = line.substr(inetMarker.size(), end - inetMarker.size());
   unsigned int length = 0;
   while (line[++position] >= '0' && line[position] <= '9')
     length = length * 10 + static_cast<unsigned int>(line[position] - '0');
@@ -70,8 +84,8 @@ Gateway findGateway(const std::string& routes) {
   Gateway gateway;
   gateway.address = runAfter(line, "via ", "0123456789.", 6);
   if (!gateway.address.empty())
-    gateway.device = runAfter(
-        line, "dev ", "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_", 0);
+    gateway.device =
+        textAfter(line, "dev ", 0, [&](std::size_t first) { return line.find(' ', first); });
   return gateway;
 }
 

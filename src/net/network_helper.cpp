@@ -1,5 +1,6 @@
 #include "qiv/files.h"
 #include "qiv/net.h"
+#include "qiv/text.h"
 
 #include <algorithm>
 
@@ -17,6 +18,20 @@ bool reaches(const NetworkInterface& iface, const IPv4Subnet& target) {
   });
 }
 
+const char* noNetwork() {
+  static const char* const ar[] = {"The network cannot be used", "Сеть недоступна"};
+  return ar[lng::language];
+}
+
+/// One error for each line that says something.
+std::vector<std::shared_ptr<ObjectError>> errorsOf(const std::string& lines) {
+  std::vector<std::shared_ptr<ObjectError>> errors;
+  for (const std::string& line : StringHelper::split(lines, '\n'))
+    if (const std::size_t start = line.find_first_not_of(' '); start != std::string::npos)
+      errors.push_back(LogicError::create(line.substr(start), nullptr));
+  return errors;
+}
+
 } // namespace
 
 NetworkInterfaces NetworkHelper::getNetworkInterfaces() {
@@ -26,6 +41,15 @@ NetworkInterfaces NetworkHelper::getNetworkInterfaces() {
     list.hasInterface = list.hasInterface || list.hasAddress || iface.present;
   }
   return list;
+}
+
+Result NetworkHelper::tryGetNetworkInterfaces(NetworkInterfaces& out) try {
+  out = getNetworkInterfaces();
+  return true;
+} catch (const char* reason) {
+  return LogicError::create(reason, nullptr);
+} catch (const std::string& lines) {
+  return LogicError::create(noNetwork(), errorsOf(lines));
 }
 
 Mac NetworkHelper::getFirstMacAddress() {
