@@ -19,6 +19,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <list>
 #include <set>
 #include <string>
@@ -142,7 +143,7 @@ private:
 
 /// The number after the last used one before the first gap above `start`, which counts as used;
 /// `start` itself when the used numbers above it leave no gap. The low 48 bits are the address.
-QIV_API NetAddr<6, ':'> getFirstFreeMac(std::set<unsigned long>& used, unsigned long start);
+QIV_API NetAddr<6, ':'> getFirstFreeMac(std::set<std::uint64_t>& used, std::uint64_t start);
 
 } // namespace Net
 

@@ -1,7 +1,6 @@
 #include "qiv/net.h"
 
 #include <charconv>
-#include <cstring>
 #include <string_view>
 
 namespace Qiv::Net {
@@ -55,8 +54,7 @@ char* writeIpv6(char* const first, const unsigned char* bytes, unsigned long len
       *end++ = ':';
       ++colons;
     }
-    unsigned short group;
-    std::memcpy(&group, bytes + 2 * i, sizeof group);
+    const unsigned int group = bytes[2 * i] + 256U * bytes[2 * i + 1];
     if (group == 0 && (!zeroRunUsed || inZeroRun)) {
       zeroRunUsed = inZeroRun = true;
       continue;

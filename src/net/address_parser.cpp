@@ -2,9 +2,10 @@
 
 #include "internal/checked_text.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <utility>
 
 namespace Qiv::Net {
 
@@ -30,13 +31,14 @@ bool readGroup(const char*& text, unsigned int& group) {
   return true;
 }
 
-/// Hands `count` numbers of `text` to `store`, stepping over at most one separator after each.
+/// Hands `count` numbers of `text` to `store`, stepping over at most one separator after each. They
+/// have 64 bits everywhere: what does not fit is cut off to the same bits on every machine.
 template <typename Store>
 bool readNumbers(const char* text, std::size_t count, int base, const char* separators,
                  Store store) {
   for (std::size_t i = 0; i < count; ++i) {
     char* end;
-    store(i, std::strtoul(text, &end, base));
+    store(i, static_cast<std::uint64_t>(std::strtoull(text, &end, base)));
     text = *end && std::strchr(separators, *end) ? end + 1 : end;
   }
   return true;
@@ -107,8 +109,8 @@ bool ip6ToBytes(const char* text, unsigned char* dst) {
   if (doubleColon != none) {
     if (cursor == ip6Size)
       return false;
-    for (std::size_t end = ip6Size; cursor > doubleColon;)
-      bytes[--end] = std::exchange(bytes[--cursor], '\0');
+    std::rotate(bytes + doubleColon, bytes + cursor,
+                bytes + ip6Size); // the zeros behind come first
     cursor = ip6Size;
   }
   if (cursor != ip6Size)
@@ -118,20 +120,20 @@ bool ip6ToBytes(const char* text, unsigned char* dst) {
 }
 
 bool ip4ToBytes(const std::string& text, unsigned char* dst) {
-  return readNumbers(text.c_str(), 4, 10, ".", [dst](std::size_t i, unsigned long number) {
+  return readNumbers(text.c_str(), 4, 10, ".", [dst](std::size_t i, std::uint64_t number) {
     dst[i] = static_cast<unsigned char>(number);
   });
 }
 
 bool ip6ToBytes(const std::string& text, unsigned char* dst) {
-  return readNumbers(text.c_str(), 8, 16, ":", [dst](std::size_t i, unsigned long number) {
+  return readNumbers(text.c_str(), 8, 16, ":", [dst](std::size_t i, std::uint64_t number) {
     dst[2 * i] = static_cast<unsigned char>(number >> 8);
     dst[2 * i + 1] = static_cast<unsigned char>(number);
   });
 }
 
 bool macToBytes(const std::string& text, unsigned char* dst) {
-  return readNumbers(text.c_str(), 6, 16, ":-", [dst](std::size_t i, unsigned long number) {
+  return readNumbers(text.c_str(), 6, 16, ":-", [dst](std::size_t i, std::uint64_t number) {
     dst[i] = static_cast<unsigned char>(number);
   });
 }

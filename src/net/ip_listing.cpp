@@ -47,7 +47,7 @@ std::string_view deviceOf(std::string_view name) {
 /// A fresh record if the line begins one, such as "2: eth0: <BROADCAST,UP> mtu 1500".
 std::optional<NetworkInterface> parseHeader(const std::string& line, const Gateway& gateway) {
   char* end;
-  const long index = std::strtol(line.c_str(), &end, 10);
+  const long long index = std::strtoll(line.c_str(), &end, 10);
   const std::size_t last = line.rfind(": ");
   if (end == line.c_str() || *end != ':' || last == std::string::npos)
     return std::nullopt;

@@ -1,5 +1,7 @@
 #include "net/ipv4_number.h"
 
+#include <cstdint>
+
 namespace Qiv {
 
 unsigned int ipv4_str_to_addr(const std::string& text) {
@@ -31,9 +33,9 @@ std::string masklen_to_maskstring(const unsigned int& length) {
 }
 
 unsigned int maskstring_to_masklen(const std::string& text) {
-  const unsigned long hosts = (1UL << 32) - ipv4_str_to_addr(text);
+  const std::uint64_t hosts = (std::uint64_t{1} << 32) - ipv4_str_to_addr(text);
   unsigned int hostBits = 0;
-  while (1UL << hostBits < hosts)
+  while (std::uint64_t{1} << hostBits < hosts)
     ++hostBits;
   return 32 - hostBits;
 }
