@@ -11,19 +11,19 @@ using Qiv::Result;
 
 Result checkName(const std::string& name) {
   if (name.empty())
-    return LogicError::create("the name is missing", nullptr);
+    return LogicError::create("the name is missing");
   return true;
 }
 
 /// An exception becomes the cause of an error with words of its own.
 Result checkPort(const std::string& text) try {
   if (std::stoi(text) > 65535)
-    return LogicError::create("the port is beyond 65535", nullptr);
+    return LogicError::create("the port is beyond 65535");
   return true;
 } catch (const std::invalid_argument& thrown) {
-  std::shared_ptr<std::exception> exception = std::make_shared<std::invalid_argument>(thrown);
+  const auto exception = std::make_shared<std::invalid_argument>(thrown);
   return LogicError::create("the port is no number",
-                            Qiv::ExceptionError::create(thrown.what(), exception, nullptr));
+                            Qiv::ExceptionError::create(thrown.what(), exception));
 }
 
 Result checkSettings(const std::string& name, const std::string& port) {

@@ -18,6 +18,7 @@
 
 #include "qiv/export.h"
 
+#include <cstddef>
 #include <exception>
 #include <memory>
 #include <string>
@@ -29,6 +30,12 @@ namespace lng {
 /// value). Other values are not supported. The library only reads it, without a lock: set it before
 /// threads that produce messages start.
 extern QIV_API unsigned char language;
+
+/// Sets `language` to Russian when that is the language of the user's messages, otherwise to
+/// English. The environment tells it as it tells gettext: the locale is the first of LC_ALL,
+/// LC_MESSAGES and LANG that is set; unless it is "C" or "POSIX", the list of locales in LANGUAGE
+/// goes before it, of which the first that is English or Russian counts.
+QIV_API void setFromLocale();
 
 /// Words that several families share. The texts are UTF-8 literals that live as long as the
 /// process.
@@ -90,6 +97,8 @@ public:
   /// A new error with this cause, without causes when `innerError` is empty.
   static std::shared_ptr<ObjectError> create(const std::string& message,
                                              const std::shared_ptr<ObjectError>& innerError);
+  /// A new error without causes.
+  static std::shared_ptr<ObjectError> create(const std::string& message, std::nullptr_t = nullptr);
 
   const char* getMessage() const override;
 
@@ -118,6 +127,10 @@ public:
   static std::shared_ptr<ObjectError> create(const std::string& message,
                                              std::shared_ptr<std::exception>& exception,
                                              const std::shared_ptr<ObjectError>& innerError);
+  /// A new error without causes. The exception may be of any class derived from std::exception.
+  static std::shared_ptr<ObjectError> create(const std::string& message,
+                                             std::shared_ptr<std::exception> exception,
+                                             std::nullptr_t = nullptr);
 
   const char* getMessage() const override;
 

@@ -41,6 +41,10 @@ std::shared_ptr<ObjectError> LogicError::create(const std::string& message,
   return create(message, listOf(innerError));
 }
 
+std::shared_ptr<ObjectError> LogicError::create(const std::string& message, std::nullptr_t) {
+  return create(message, Errors());
+}
+
 const char* LogicError::getMessage() const {
   return message.c_str();
 }
@@ -64,6 +68,12 @@ std::shared_ptr<ObjectError>
 ExceptionError::create(const std::string& message, std::shared_ptr<std::exception>& exception,
                        const std::shared_ptr<ObjectError>& innerError) {
   return create(message, exception, listOf(innerError));
+}
+
+std::shared_ptr<ObjectError> ExceptionError::create(const std::string& message,
+                                                    std::shared_ptr<std::exception> exception,
+                                                    std::nullptr_t) {
+  return create(message, exception, Errors());
 }
 
 const char* ExceptionError::getMessage() const {
