@@ -38,7 +38,9 @@ TEST(Log, WritesIntoTheDocumentsInLocalTime) {
   EXPECT_EQ(std::regex_replace(readFile(path), time, anyTime), page);
   EXPECT_TRUE(before <= path && path <= now()) << path;
   std::filesystem::remove_all(home / "Docs");
+  EXPECT_EQ(LogObject::getLostEntries(), 0U);
   Log::writeInfo("lost");
+  EXPECT_EQ(LogObject::getLostEntries(), 1U);
   EXPECT_FALSE(std::filesystem::exists(home / "Docs"));
   Log::clear();
 }
@@ -126,7 +128,8 @@ TEST_F(SharedLog, LosesOneEntryAtMostOnAFullDisk) {
   write(0, 200);
   setrlimit(RLIMIT_FSIZE, &free);
   expectGoesOn();
-  EXPECT_TRUE(whole[0] > 1 && whole[0] < 200);
+  EXPECT_GT(whole[0], 1);
+  EXPECT_EQ(LogObject::getLostEntries(), 200U - whole[0]);
   expectAtMost(1, "entries damaged by a full disk", damaged);
 }
 

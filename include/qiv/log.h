@@ -14,6 +14,7 @@
 #include "qiv/export.h"
 
 #include <chrono>
+#include <cstdint>
 #include <string>
 
 namespace QivLog {
@@ -43,6 +44,10 @@ public:
   /// old enough; makes the folder if it is missing. Throws Glib::Error when the folder cannot be
   /// read or a file not be deleted.
   void clear();
+
+  /// How many entries of this process, of any object and thread, could not be written completely.
+  /// Safe to call from any thread.
+  static std::uint64_t getLostEntries();
 
   /// Appends an entry of any type, a word that is written as it is. It is shown without a colour
   /// unless it is "Info", "Warn" or "Error".
@@ -84,11 +89,11 @@ namespace Qiv {
 class QIV_API DateTimeHelper {
 public:
   /// Milliseconds from the Unix epoch to now.
-  static long getTimeNowSniceEpochMs();
+  static std::int64_t getTimeNowSniceEpochMs();
 
   /// The local time of a time_t through a std::put_time format, in the global C++ locale. Only 0
   /// gives "". Throws std::out_of_range for a year beyond int, std::logic_error for a null format.
-  static std::string getDisplayTimeString(long seconds, const char* format);
+  static std::string getDisplayTimeString(std::int64_t seconds, const char* format);
 
   /// The same for a time point, except that the epoch and all before it give "".
   static std::string getDisplayTimeString(const std::chrono::system_clock::time_point& time,

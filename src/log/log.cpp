@@ -3,7 +3,7 @@
 namespace QivLog {
 
 LogObject& Log::getInstance() {
-  static LogObject instance;
+  static LogObject& instance = *new LogObject; // never destroyed: others may log at exit
   return instance;
 }
 

@@ -1,15 +1,21 @@
 #include "qiv/log.h"
 
+#include "internal/local_time.h"
+#include "internal/system_path.h"
 #include "qiv/files.h"
 #include "qiv/text.h"
-#include "qiv/xml.h"
+#include "xml/escape_xml.h"
 
 #include <algorithm>
-#include <chrono>
-#include <ctime>
+#include <atomic>
+#include <cerrno>
+#include <fcntl.h>
+#include <giomm/error.h>
 #include <giomm/file.h>
 #include <giomm/init.h>
 #include <string_view>
+#include <tuple>
+#include <unistd.h>
 #include <vector>
 
 namespace QivLog {
@@ -32,16 +38,7 @@ constexpr std::string_view header = R"(<!DOCTYPE html><html><head><meta charset=
 </style></head><body>
 )";
 
-std::string join(std::initializer_list<std::string_view> pieces) {
-  std::size_t size = 0;
-  for (const std::string_view piece : pieces)
-    size += piece.size();
-  std::string text;
-  text.reserve(size);
-  for (const std::string_view piece : pieces)
-    text += piece;
-  return text;
-}
+std::atomic<std::uint64_t> lostEntries{0};
 
 const char* cssClass(const std::string& type) {
   if (type == "Info")
@@ -53,12 +50,45 @@ const char* cssClass(const std::string& type) {
   return "log-default";
 }
 
-std::string formatLocalTime(Clock::time_point time, const char* format) {
-  const std::time_t seconds = Clock::to_time_t(time);
-  std::tm local{};
-  localtime_r(&seconds, &local);
+void appendLocalTime(std::string& out, Clock::time_point time, const char* format) {
+  const auto seconds = std::chrono::floor<std::chrono::seconds>(time.time_since_epoch());
+  const std::tm local = Qiv::internal::localTime(seconds.count());
   char text[100];
-  return {text, std::strftime(text, sizeof text, format, &local)};
+  out.append(text, std::strftime(text, sizeof text, format, &local));
+}
+
+void appendTimestamp(std::string& out) {
+  using namespace std::chrono;
+  const auto now = Clock::now();
+  appendLocalTime(out, now, "%d:%m:%Y %H:%M:%S");
+  const milliseconds inSecond = floor<milliseconds>(now) - floor<seconds>(now);
+  std::string fraction = std::to_string(1000 + inSecond.count());
+  fraction[0] = '.';
+  out += fraction;
+}
+
+bool writeAll(int file, std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t written = write(file, text.data(), text.size());
+    if (written > 0)
+      text.remove_prefix(static_cast<std::size_t>(written));
+    else if (written == 0 || errno != EINTR)
+      return false;
+  }
+  return true;
+}
+
+/// Adds text that begins with the header, which a file that is not empty has already. False when
+/// some of it could not be written.
+bool appendToPage(const std::string& path, std::string_view text) {
+  constexpr int flags = O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC;
+  const int file = open(Qiv::internal::systemPath(path), flags, 0666);
+  if (file == -1)
+    return false;
+  if (lseek(file, 0, SEEK_END) != 0)
+    text.remove_prefix(header.size());
+  const bool written = writeAll(file, text);
+  return close(file) == 0 && written;
 }
 
 bool isLogName(const std::string& name) {
@@ -83,6 +113,16 @@ std::vector<LogFile> listLogs(const std::string& folder) {
   return logs;
 }
 
+/// Another process may prune at the same time.
+void removeIfPresent(const std::string& path) {
+  try {
+    Gio::File::create_for_path(path)->remove();
+  } catch (const Gio::Error& error) {
+    if (error.code() != Gio::Error::NOT_FOUND)
+      throw;
+  }
+}
+
 } // namespace
 
 LogObject::LogObject() : LogObject(Qiv::getQivCrossDocDir() + "log/") {}
@@ -101,37 +141,50 @@ void LogObject::writeError(const std::string& message) {
 void LogObject::clear() {
   Qiv::mkdir_with_parents(_logDir.c_str());
   std::vector<LogFile> logs = listLogs(_logDir);
-  std::sort(logs.begin(), logs.end(),
-            [](const LogFile& a, const LogFile& b) { return a.modified < b.modified; });
+  // Ordered by name as well, so that all who prune at once keep the same logs.
+  std::sort(logs.begin(), logs.end(), [](const LogFile& a, const LogFile& b) {
+    return std::tie(a.modified, a.name) < std::tie(b.modified, b.name);
+  });
   for (std::size_t i = 0; i + keptLogs < logs.size(); ++i)
-    Gio::File::create_for_path(_logDir + logs[i].name)->remove();
+    removeIfPresent(_logDir + logs[i].name);
 }
 
 void LogObject::_write(const std::string& message, const std::string& type) {
-  std::ofstream file = Qiv::openOutputFileUTF8Name(_getLogPath(), std::ios_base::app);
-  const bool isEmpty = file.tellp() == std::ofstream::pos_type(0);
-  // One insertion, which the stream passes on as one write: appended entries stay whole.
-  file << join({isEmpty ? header : "", R"(<div class="log-entry"><span class="log-type )",
-                cssClass(type), R"(">)", type, R"(</span> <span class="log-time">)",
-                _currentTimestamp(), R"(</span> <span class="log-msg">)",
-                Qiv::XmlHelper::escapeXml(message), "</span></div>\n"});
+  if (_logPath.empty())
+    _getLogPath();
+  constexpr std::size_t mostAround = 250; // what an entry adds to its type and message
+  std::string text;
+  text.reserve(header.size() + mostAround + type.size() + message.size());
+  text.append(header).append(R"(<div class="log-entry"><span class="log-type )");
+  text.append(cssClass(type)).append(R"(">)").append(type);
+  text.append(R"(</span> <span class="log-time">)");
+  appendTimestamp(text);
+  text.append(R"(</span> <span class="log-msg">)");
+  Qiv::internal::appendEscapedXml(text, message);
+  text.append("</span></div>\n");
+  // One write, so that entries of several writers stay whole.
+  if (!appendToPage(_logPath, text))
+    ++lostEntries;
+}
+
+std::uint64_t LogObject::getLostEntries() {
+  return lostEntries;
 }
 
 std::string LogObject::_getLogPath() {
   if (_logPath.empty()) {
-    _logPath = _logDir + "log_" + formatLocalTime(Clock::now(), "%Y%m%d_%H%M%S") + ".html";
+    std::string path = _logDir + "log_";
+    appendLocalTime(path, Clock::now(), "%Y%m%d_%H%M%S");
+    _logPath = path + ".html";
     Qiv::mkdir_with_parents(_logDir.c_str());
   }
   return _logPath;
 }
 
 std::string LogObject::_currentTimestamp() {
-  const auto now = Clock::now();
-  const auto milliseconds =
-      std::chrono::nanoseconds(now.time_since_epoch()).count() / 1000000 % 1000;
-  std::string fraction = std::to_string(1000 + milliseconds);
-  fraction[0] = '.';
-  return formatLocalTime(now, "%d:%m:%Y %H:%M:%S") + fraction;
+  std::string text;
+  appendTimestamp(text);
+  return text;
 }
 
 } // namespace QivLog

@@ -1,5 +1,7 @@
 #include "qiv/xml.h"
 
+#include "xml/escape_xml.h"
+
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -88,19 +90,22 @@ char* escape(const char* text, const char* end, char* out) {
 
 } // namespace
 
-std::string XmlHelper::escapeXml(const std::string& text) {
+void internal::appendEscapedXml(std::string& out, const std::string& text) {
   const char* const end = text.data() + text.size();
   const char* start = findMarkup(text.data(), end);
-  if (start == end)
-    return text;
-  std::string escaped(text.data(), start);
-  escaped.reserve(text.size());
+  out.append(text.data(), start);
   constexpr std::ptrdiff_t step = 512;
   char block[6 * step + 7];
   for (const char* stop; start != end; start = stop) {
     stop = start + std::min(step, end - start);
-    escaped.append(block, escape(start, stop, block));
+    out.append(block, escape(start, stop, block));
   }
+}
+
+std::string XmlHelper::escapeXml(const std::string& text) {
+  std::string escaped;
+  escaped.reserve(text.size());
+  internal::appendEscapedXml(escaped, text);
   return escaped;
 }
 
