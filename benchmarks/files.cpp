@@ -2,10 +2,12 @@
 
 #include "bench.h"
 
+#include <Poco/File.h>
+#include <Poco/RecursiveDirectoryIterator.h>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
-#include <functional>
+#include <ftw.h>
 #include <memory>
 #include <qiv/files.h>
 #include <spawn.h>
@@ -15,76 +17,6 @@
 namespace {
 
 namespace fs = std::filesystem;
-
-struct Unref {
-  void operator()(void* object) const { g_object_unref(object); }
-};
-using File = std::unique_ptr<GFile, Unref>;
-
-File fileAt(const std::string& path) {
-  return File(g_file_new_for_path(path.c_str()));
-}
-
-// ---------------------------------------------------------------------------------------------
-// The plain GIO way: a query for each child
-// ---------------------------------------------------------------------------------------------
-
-template <typename Visit>
-void forEachChild(GFile* folder, const Visit& visit) {
-  const std::unique_ptr<GFileEnumerator, Unref> children(
-      g_file_enumerate_children(folder, G_FILE_ATTRIBUTE_STANDARD_NAME,
-                                G_FILE_QUERY_INFO_NOFOLLOW_SYMLINKS, nullptr, nullptr));
-  while (GFileInfo* const info = g_file_enumerator_next_file(children.get(), nullptr, nullptr)) {
-    const char* const name = g_file_info_get_name(info);
-    visit(File(g_file_get_child(folder, name)).get(), name);
-    g_object_unref(info);
-  }
-}
-
-GFileType typeOf(GFile* file) {
-  GFileInfo* const info = g_file_query_info(file, G_FILE_ATTRIBUTE_STANDARD_TYPE,
-                                            G_FILE_QUERY_INFO_NOFOLLOW_SYMLINKS, nullptr, nullptr);
-  const GFileType type = g_file_info_get_file_type(info);
-  g_object_unref(info);
-  return type;
-}
-
-void visitPlainly(GFile* file, const std::function<void(GFile*)>& visit) {
-  if (typeOf(file) == G_FILE_TYPE_DIRECTORY)
-    forEachChild(file, [&](GFile* child, const char*) { visitPlainly(child, visit); });
-  else
-    visit(file);
-}
-
-void removePlainly(GFile* file) {
-  if (typeOf(file) == G_FILE_TYPE_DIRECTORY)
-    forEachChild(file, [](GFile* child, const char*) { removePlainly(child); });
-  g_file_delete(file, nullptr, nullptr);
-}
-
-void copyPlainly(GFile* from, GFile* to) {
-  if (typeOf(from) != G_FILE_TYPE_DIRECTORY) {
-    g_file_copy(from, to, G_FILE_COPY_NOFOLLOW_SYMLINKS, nullptr, nullptr, nullptr, nullptr);
-    return;
-  }
-  g_file_make_directory(to, nullptr, nullptr);
-  g_file_copy_attributes(from, to, G_FILE_COPY_NOFOLLOW_SYMLINKS, nullptr, nullptr);
-  forEachChild(from, [to](GFile* child, const char* name) {
-    copyPlainly(child, File(g_file_get_child(to, name)).get());
-  });
-}
-
-/// What every way through GIO needs at least: g_file_copy for each file.
-void copyFiles(const std::string& from, const std::string& to) {
-  for (const auto& entry : fs::recursive_directory_iterator(from)) {
-    const std::string copy = to + "/" + entry.path().string().substr(from.size());
-    if (entry.is_directory())
-      fs::create_directories(copy);
-    else
-      g_file_copy(fileAt(entry.path()).get(), fileAt(copy).get(), G_FILE_COPY_NOFOLLOW_SYMLINKS,
-                  nullptr, nullptr, nullptr, nullptr);
-  }
-}
 
 // ---------------------------------------------------------------------------------------------
 // Trees
@@ -127,57 +59,79 @@ auto removing(const std::string& tree, Way way) {
   };
 }
 
-/// Returns how many files `visit` gives to its function.
-template <typename Visit>
-auto counting(Visit visit) {
-  return [=] {
-    int count = 0;
-    visit([&](GFile*) { ++count; });
-    return count;
+int visit(const std::string& tree) {
+  const std::unique_ptr<GFile, decltype(&g_object_unref)> root(g_file_new_for_path(tree.c_str()),
+                                                               &g_object_unref);
+  int count = 0;
+  Qiv::traverseFiles(
+      root.get(), [&](GFile*) { ++count; }, nullptr, nullptr);
+  return count;
+}
+
+int visitByFilesystem(const std::string& tree) {
+  int count = 0;
+  for (const auto& entry : fs::recursive_directory_iterator(tree))
+    count += entry.is_regular_file();
+  return count;
+}
+
+int visitByNftw(const std::string& tree) {
+  static int count;
+  count = 0;
+  const auto visit = [](const char*, const struct stat*, int type, FTW*) {
+    count += type == FTW_F;
+    return 0;
   };
+  nftw(tree.c_str(), visit, 8, FTW_PHYS);
+  return count;
+}
+
+int visitByPoco(const std::string& tree) {
+  int count = 0;
+  for (Poco::SimpleRecursiveDirectoryIterator file(tree), end; file != end; ++file)
+    count += file->isFile();
+  return count;
+}
+
+void removeByNftw(const std::string& tree) {
+  const auto removeOne = [](const char* path, const struct stat*, int, FTW*) {
+    return std::remove(path);
+  };
+  nftw(tree.c_str(), removeOne, 8, FTW_DEPTH | FTW_PHYS);
 }
 
 void addTrees() {
   const std::string tree = makeTree();
   const auto copy = [](auto& from, auto& to) { Qiv::copy_recursive(from, to); };
-  const auto copyByGio = [](auto& from, auto& to) {
-    copyPlainly(fileAt(from).get(), fileAt(to).get());
+  const auto copyByFilesystem = [](auto& from, auto& to) {
+    fs::copy(from, to, fs::copy_options::recursive);
   };
+  const auto copyByPoco = [](auto& from, auto& to) { Poco::File(from).copyTo(to); };
   const auto remove = [](auto& path) { Qiv::directory_remove_all(path); };
-  const auto removeByGio = [](auto& path) { removePlainly(fileAt(path).get()); };
-  const auto visit = counting(
-      [=](auto function) { Qiv::traverseFiles(fileAt(tree).get(), function, nullptr, nullptr); });
-  const auto visitByGio =
-      counting([=](auto function) { visitPlainly(fileAt(tree).get(), function); });
+  const auto removeByFilesystem = [](auto& path) { fs::remove_all(path); };
+  const auto removeByPoco = [](auto& path) { Poco::File(path).remove(true); };
 
-  const std::string other = bench::scratchFolder() + "other";
   copy(tree, copyPath());
-  copyByGio(tree, other);
-  const bool same = cross::execPipe(("diff -r " + copyPath() + " " + other).c_str()).empty();
+  const bool same = cross::execPipe(("diff -r " + tree + " " + copyPath()).c_str()).empty();
   remove(copyPath());
-  removeByGio(other);
-  if (!same || fs::exists(copyPath()) || fs::exists(other) || visit() != visitByGio()) {
-    std::cerr << "trees: ours and the plain GIO way differ\n";
+  if (!same || fs::exists(copyPath())) {
+    std::cerr << "trees: not copied or not removed\n";
     std::exit(1);
   }
 
-  constexpr const char* gio = "GIO, a query per child";
-  constexpr const char* standard = "std::filesystem";
-  bench::Row("tree of 2,000 files: copy", 0.7, copying(tree, copy))
-      .peer(gio, copying(tree, copyByGio))
-      .limit("g_file_copy", copying(tree, copyFiles))
-      .limit(standard, copying(tree, [](auto& from, auto& to) {
-               fs::copy(from, to, fs::copy_options::recursive);
-             }));
-  bench::Row("tree of 2,000 files: remove", 0.8, removing(tree, remove))
-      .peer(gio, removing(tree, removeByGio))
-      .limit(standard, removing(tree, [](auto& path) { fs::remove_all(path); }));
-  bench::Row("tree of 2,000 files: visit", 0.35, visit).peer(gio, visitByGio).limit(standard, [=] {
-    int count = 0;
-    for (const auto& entry : fs::recursive_directory_iterator(tree))
-      count += entry.is_regular_file();
-    return count;
-  });
+  constexpr const char* filesystem = "std::filesystem";
+  bench::Row("tree of 2,000 files: copy", 1, copying(tree, copy))
+      .peer(filesystem, copying(tree, copyByFilesystem))
+      .peer("POCO", copying(tree, copyByPoco));
+  bench::Row("tree of 2,000 files: remove", 1.05, removing(tree, remove))
+      .peer(filesystem, removing(tree, removeByFilesystem))
+      .peer("nftw", removing(tree, removeByNftw))
+      .peer("POCO", removing(tree, removeByPoco));
+  bench::Row(
+      "tree of 2,000 files: visit", 1.5, [=] { return visit(tree); },
+      [=] { return visitByNftw(tree); })
+      .peer(filesystem, [=] { return visitByFilesystem(tree); })
+      .peer("POCO", [=] { return visitByPoco(tree); });
 }
 
 // ---------------------------------------------------------------------------------------------

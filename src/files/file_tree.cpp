@@ -1,8 +1,10 @@
 #include "qiv/files.h"
 
+#include "files/copy_file.h"
+#include "files/gobject.h"
+#include "files/native_tree.h"
 #include "internal/system_path.h"
 
-#include <memory>
 #include <utility>
 #include <vector>
 
@@ -10,10 +12,8 @@ namespace Qiv {
 
 namespace {
 
-struct Unref {
-  void operator()(void* object) const { g_object_unref(object); }
-};
-using File = std::unique_ptr<GFile, Unref>;
+using internal::File;
+using internal::Unref;
 using Folder = std::unique_ptr<GFileEnumerator, Unref>;
 
 struct Item {
@@ -58,10 +58,19 @@ bool holds(const Trail* trail, const std::string& id) {
   return false;
 }
 
-/// Null for a path that names nothing: GIO would take the empty name for the working folder.
+/// Null for a path that names nothing: GIO would take the empty name for the working folder, and
+/// the home of a user whom it does not know for the caller's own.
 File parseName(const std::string& path) {
-  const char* const name = internal::systemPath(path);
-  return File(*name ? g_file_parse_name(name) : nullptr);
+  const std::string name = internal::systemPath(path);
+  const bool isFileName = name[0] == '~' && name.size() > 1 && name[1] != '/';
+  if (name.empty())
+    return nullptr;
+  return File(isFileName ? g_file_new_for_path(name.c_str()) : g_file_parse_name(name.c_str()));
+}
+
+/// Null for what only GIO knows; with GVfs even that may have a path.
+const char* nativePath(GFile* file) {
+  return g_file_is_native(file) ? g_file_peek_path(file) : nullptr;
 }
 
 Folder openFolder(GFile* file, GFileQueryInfoFlags flags, GCancellable* cancellable,
@@ -158,6 +167,8 @@ bool mkdir_with_parents(const char* path) {
 gboolean rm_rf(GFile* file, GCancellable* cancellable, GError** error) {
   if (!isGiven(file, error))
     return FALSE;
+  if (const char* const path = nativePath(file))
+    return internal::removeNative(path, cancellable, error);
   return removeTree(file, typeOf(file, notFollowing), cancellable, error);
 }
 
@@ -175,6 +186,10 @@ gboolean copy_recursive(GFile* source, GFile* destination, GFileCopyFlags flags,
                         "A folder cannot be copied into itself");
     return FALSE;
   }
+  const char* const from = nativePath(source);
+  const char* const to = nativePath(destination);
+  if (from && to)
+    return internal::copyNative(from, to, flags, cancellable, error);
   return copyTree(source, type, destination, flags, nullptr, cancellable, error);
 }
 
@@ -185,7 +200,11 @@ gboolean copy_recursive(const std::string& source, const std::string& destinatio
 
 void traverseFiles(GFile* file, const std::function<void(GFile*)>& visit, GCancellable* cancellable,
                    GError** error) {
-  if (isGiven(file, error))
+  if (!isGiven(file, error))
+    return;
+  if (const char* const path = nativePath(file))
+    internal::visitNative(file, path, visit, cancellable, error);
+  else
     visitTree(file, typeOf(file, following), visit, nullptr, cancellable, error);
 }
 
