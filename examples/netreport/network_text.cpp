@@ -44,12 +44,13 @@ std::string align(const std::vector<Row>& rows) {
 } // namespace
 
 std::string formatTable(const Qiv::NetworkInterfaces& network) {
-  std::vector<Row> rows = {
-      {texts::index(), texts::name(), "MAC", texts::addresses(), texts::gateway()}};
+  const auto titles = texts::columns();
+  std::vector<Row> rows(1);
+  std::copy(titles.begin(), titles.end(), rows[0].begin());
   for (const Qiv::NetworkInterface& iface : network.interfaces)
     addRows(rows, iface);
   return align(rows) + "\n" + texts::hasInterface(network.hasInterface) + "\n" +
-         texts::hasAddress(network.hasAddress) + "\n";
+         texts::hasAddress(network.hasAddress);
 }
 
 std::string formatLines(const Qiv::NetworkInterfaces& network) {
@@ -59,7 +60,7 @@ std::string formatLines(const Qiv::NetworkInterfaces& network) {
     for (const Qiv::NetworkAddr& address : iface.addresses)
       lines += " " + address.address + "/" + address.mask;
     if (!iface.gateway.empty())
-      lines += std::string(" ") + texts::gateway() + " " + iface.gateway;
+      lines += std::string(" ") + texts::columns()[4] + " " + iface.gateway;
   }
   return lines;
 }

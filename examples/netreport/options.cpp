@@ -1,5 +1,7 @@
 #include "options.h"
 
+#include "../shared/hosts.h"
+
 #include <getopt.h>
 #include <iostream>
 #include <qiv/errors.h>
@@ -8,11 +10,11 @@ const char* const usage =
     "Usage: netreport [--lang en|ru] [--ping HOST] [--html FILE] [--watch]\n"
     "Shows this machine's network interfaces and pings the gateway.\n"
     "\n"
-    "  --lang en|ru  language of the messages (en)\n"
+    "  --lang en|ru  language of the messages, in place of the locale's\n"
     "  --ping HOST   ping HOST in place of the gateway\n"
     "  --html FILE   write the report as a page, too\n"
-    "  --watch       look again and again until Ctrl-C\n"
-    "  --help        show this text\n"
+    "  --watch       look again and again until Ctrl-C, tell what has changed\n"
+    "  -h, --help    show this text\n"
     "  --version     show the version\n"
     "\n"
     "Exit status: 0, 1 when the network or a file fails, 2 for bad arguments.\n";
@@ -24,13 +26,7 @@ bool setLanguage(const std::string& name) {
   return name == "ru" || name == "en";
 }
 
-/// What the library would ping, and what is safe to write into a report.
-bool isHost(const std::string& host) {
-  static constexpr const char* allowed =
-      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789.:%_-";
-  return !host.empty() && host[0] != '-' && host.find_first_not_of(allowed) == std::string::npos;
-}
-
+/// False for a name or a value that makes no sense.
 bool take(Options& options, int name) {
   switch (name) {
   case 'h':
@@ -55,6 +51,19 @@ bool take(Options& options, int name) {
   }
 }
 
+std::string getComplaint(int name, const char* argument) {
+  switch (name) {
+  case 'l':
+    return "--lang needs en or ru";
+  case 'p':
+    return "--ping needs the name or address of a host";
+  case 'f':
+    return "--html needs a file";
+  default:
+    return std::string("cannot make sense of '") + argument + "'";
+  }
+}
+
 } // namespace
 
 std::optional<Options> parseOptions(int argc, char** argv) {
@@ -65,15 +74,17 @@ std::optional<Options> parseOptions(int argc, char** argv) {
                                  {"version", no_argument, nullptr, 'v'},
                                  {"watch", no_argument, nullptr, 'w'},
                                  {}};
+  constexpr int missingValue = ':';
   Options options;
-  opterr = 0; // one message is enough
-  setLanguage("en");
-  bool valid = true;
-  for (int name; valid && (name = getopt_long(argc, argv, "", known, nullptr)) != -1;)
-    valid = take(options, name);
-  if (valid && optind == argc)
-    return options;
-  std::cerr << "netreport: cannot make sense of '" << argv[valid ? optind : optind - 1] << "'\n"
-            << usage;
-  return std::nullopt;
+  lng::setFromLocale();
+  while (optind < argc) {
+    const char* const argument = argv[optind];
+    const int name = getopt_long(argc, argv, "+:h", known, nullptr);
+    if (take(options, name))
+      continue;
+    std::cerr << "netreport: " << getComplaint(name == missingValue ? optopt : name, argument)
+              << "\nnetreport --help tells what it knows\n";
+    return std::nullopt;
+  }
+  return options;
 }

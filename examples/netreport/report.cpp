@@ -15,10 +15,10 @@ namespace {
 void addTexts(xmlpp::Element& report) {
   xmlpp::Element& words = *report.add_child("texts");
   words.set_attribute("title", texts::title());
-  words.set_attribute("address", texts::addresses());
-  words.set_attribute("gateway", texts::gateway());
-  words.set_attribute("index", texts::index());
-  words.set_attribute("name", texts::name());
+  words.set_attribute("index", texts::columns()[0]);
+  words.set_attribute("name", texts::columns()[1]);
+  words.set_attribute("address", texts::columns()[3]);
+  words.set_attribute("gateway", texts::columns()[4]);
   words.set_attribute("recent", texts::recentHosts());
 }
 

@@ -1,31 +1,12 @@
 #ifndef NETREPORT_TEXTS_H
 #define NETREPORT_TEXTS_H
 
-#include <qiv/errors.h>
-#include <string>
+#include "../shared/texts.h"
 
-/// netreport's own words, in lng::language as the library's are.
 namespace texts {
-
-inline const char* choose(const char* english, const char* russian) {
-  const char* const ar[] = {english, russian};
-  return ar[lng::language];
-}
 
 inline const char* title() {
   return choose("Network report", "Отчёт о сети");
-}
-inline const char* index() {
-  return choose("Index", "Номер");
-}
-inline const char* name() {
-  return choose("Name", "Имя");
-}
-inline const char* addresses() {
-  return choose("Address / mask", "Адрес / маска");
-}
-inline const char* gateway() {
-  return choose("Gateway", "Шлюз");
 }
 inline const char* recentHosts() {
   return choose("Pinged lately", "Недавно проверены");
@@ -35,12 +16,6 @@ inline const char* report() {
 }
 inline const char* page() {
   return choose("Page", "Страница");
-}
-inline const char* log() {
-  return choose("Log", "Журнал");
-}
-inline const char* running() {
-  return choose("Running for", "Работает");
 }
 inline const char* noLock() {
   return choose("Another netreport may use the same files",
@@ -58,10 +33,6 @@ inline std::string hasInterface(bool yes) {
 }
 inline std::string hasAddress(bool yes) {
   return yesNo(choose("Has an address", "Есть адрес"), yes);
-}
-inline std::string ping(const std::string& host, bool answered) {
-  return "ping " + host + ": " +
-         (answered ? choose("answers", "отвечает") : choose("no answer", "не отвечает"));
 }
 
 } // namespace texts

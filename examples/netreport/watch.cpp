@@ -2,31 +2,24 @@
 
 #include "texts.h"
 
-#include <chrono>
 #include <csignal>
 #include <glib-unix.h>
 #include <glibmm/main.h>
 #include <iostream>
 #include <qiv/concurrency.h>
-#include <qiv/log.h>
+#include <unistd.h>
 
 namespace {
-
-using Clock = std::chrono::system_clock;
 
 constexpr unsigned int pauseMilliseconds = 2000;
 
 void showTime(float seconds) {
-  static long shown = 0;
-  const auto whole = static_cast<long>(seconds);
+  static std::int64_t shown = 0;
+  const auto whole = static_cast<std::int64_t>(seconds);
   if (whole == shown)
     return;
   shown = whole;
-  const Clock::time_point start;
-  std::cout << "\r" << texts::running() << " "
-            << Qiv::DateTimeHelper::getDisplayDurationString(
-                   start, start + std::chrono::seconds(whole), "%02d:%02d:%02d")
-            << std::flush;
+  std::cout << "\r" << texts::running(whole) << std::flush;
 }
 
 gboolean quit(void* loop) {
@@ -37,25 +30,30 @@ gboolean quit(void* loop) {
 } // namespace
 
 void watch(const std::function<void()>& look) {
+  const bool onTerminal = isatty(STDOUT_FILENO);
   const Glib::RefPtr<Glib::MainLoop> loop = Glib::MainLoop::create();
-  const guint interrupt = g_unix_signal_add(SIGINT, &quit, loop.operator->());
+  const guint interrupted = g_unix_signal_add(SIGINT, &quit, loop.operator->());
+  const guint terminated = g_unix_signal_add(SIGTERM, &quit, loop.operator->());
 
   Qiv::AutoResetEvent ended;
   Qiv::ThreadManager worker;
   worker.start([&] {
+    look();
     if (ended.waitOne(pauseMilliseconds))
       ended.set(); // for the next round, if there is still one
-    else
-      look();
   });
   Qiv::Secundomer stopwatch;
-  stopwatch.signalTimeChanged.connect(&showTime);
-  stopwatch.start();
+  if (onTerminal) {
+    stopwatch.signalTimeChanged.connect(&showTime);
+    stopwatch.start();
+  }
 
   loop->run();
 
-  g_source_remove(interrupt); // another Ctrl-C ends a worker that waits
+  g_source_remove(interrupted); // another signal ends a worker that waits
+  g_source_remove(terminated);
   ended.set();
   worker.stop();
-  std::cout << "\n";
+  if (onTerminal)
+    std::cout << "\n";
 }
