@@ -47,8 +47,10 @@ TEST_F(XslTransform, FollowsTheStylesheetAndLeavesNothingBehind) {
     const auto& [output, expected] = rows[++call % std::size(rows)];
     writeStyle(output);
     EXPECT_EQ(transform("input", "style"), expected) << output;
-    for (const char* bad : {"malformed", ".", "missing"})
-      EXPECT_EQ(transform(bad, "style") + transform("input", bad), "") << bad;
+    for (const char* bad : {"malformed", ".", "missing"}) {
+      EXPECT_EQ(transform(bad, "style"), "") << bad;
+      EXPECT_EQ(transform("input", bad), "") << bad;
+    }
     EXPECT_EQ(Qiv::XmlHelper::writeToString(alive.get_root_node()), "<alive/>");
   });
   testing::internal::GetCapturedStderr();
@@ -65,4 +67,36 @@ TEST_F(XslTransform, OnlyKeepsParametersAndTellsOfUnwritableOutput) {
   }
   EXPECT_EQ(readFile("out"), "1ж<");
   EXPECT_EQ(transformer.getParams().size(), 1U);
+}
+
+TEST_F(XslTransform, MayReplaceWhatItReads) {
+  const char* const result = "<?xml version=\"1.0\"?>\n<p><b>1</b><br/>ж&lt;</p>\n";
+  for (const char* output : {"input", "link to input", "name of input", "style", "link to style"}) {
+    const TempDir another;
+    std::filesystem::current_path(another.getPath());
+    writeFile("input", "<a>ж&lt;</a>");
+    writeStyle("method='xml'");
+    std::filesystem::create_symlink("input", "link to input");
+    std::filesystem::create_hard_link("input", "name of input");
+    std::filesystem::create_symlink("style", "link to style");
+    EXPECT_EQ(XslTransformer("input", "style", output).transform(), 0) << output;
+    EXPECT_EQ(readFile(output), result) << output;
+  }
+}
+
+TEST_F(XslTransform, MayReplaceWhatTheStylesheetAsksFor) {
+  writeFile("out", "<a>old</a>");
+  writeFile("style", "<x:stylesheet version='1.0' xmlns:x='http://www.w3.org/1999/XSL/Transform'>"
+                     "<x:output method='text'/><x:template match='/'><x:value-of "
+                     "select=\"document('out')\"/> and new</x:template></x:stylesheet>");
+  EXPECT_EQ(XslTransformer("input", "style", "out").transform(), 0);
+  EXPECT_EQ(readFile("out"), "old and new");
+}
+
+TEST_F(XslTransform, KeepsComplaintsOutOfTheOutput) {
+  writeStyle("method='text'");
+  inProcesses(1, [](int) {
+    close(STDERR_FILENO); // the output takes its place
+    EXPECT_EQ(transform("malformed", "style"), "");
+  });
 }

@@ -16,17 +16,6 @@ namespace {
 using Stylesheet = std::unique_ptr<xsltStylesheet, decltype(&xsltFreeStylesheet)>;
 using Document = std::unique_ptr<xmlDoc, decltype(&xmlFreeDoc)>;
 
-/// Writes nothing when a file is unusable; the libraries have told why on standard error.
-void writeResult(const char* xmlFile, const char* xslFile, FILE* output) {
-  const Stylesheet style(xsltParseStylesheetFile(reinterpret_cast<const xmlChar*>(xslFile)),
-                         &xsltFreeStylesheet);
-  const Document input(xmlParseFile(xmlFile), &xmlFreeDoc);
-  if (!style || !input)
-    return;
-  const Document result(xsltApplyStylesheet(style.get(), input.get(), nullptr), &xmlFreeDoc);
-  xsltSaveResultToFile(output, result.get(), style.get());
-}
-
 } // namespace
 
 XslTransformer::XslTransformer(const char* xmlFile, const char* xslFile, const char* outFile)
@@ -56,10 +45,18 @@ void XslTransformer::clearParams() {
 }
 
 int XslTransformer::transform() {
-  FILE* const output = openCOutputFileUTF8Name(internal::checkedText(outFile));
+  const std::string outName = internal::checkedText(outFile);
+  const Stylesheet style(xsltParseStylesheetFile(reinterpret_cast<const xmlChar*>(xslFile)),
+                         &xsltFreeStylesheet);
+  const Document input(xmlParseFile(xmlFile), &xmlFreeDoc);
+  Document result(nullptr, &xmlFreeDoc);
+  if (style && input)
+    result.reset(xsltApplyStylesheet(style.get(), input.get(), nullptr));
+  // Not before: the output may be one of the files that have been read.
+  FILE* const output = openCOutputFileUTF8Name(outName);
   if (!output)
     return EOF;
-  writeResult(xmlFile, xslFile, output);
+  xsltSaveResultToFile(output, result.get(), style.get()); // nothing without a result
   const bool lost = std::ferror(output); // libxml2 flushes, so that fclose has nothing left to miss
   return std::fclose(output) != 0 || lost ? EOF : 0;
 }
