@@ -22,13 +22,22 @@ bool equalsIgnoringCase(const char* text, const std::string& part) {
 
 /// Where `part`, which is not empty, stands first; `end` when it does not.
 const char* search(const char* text, const char* end, const std::string& part) {
-  for (; static_cast<std::size_t>(end - text) >= part.size(); ++text) {
+  const char* const start = text;
+  for (std::size_t spent = 0; static_cast<std::size_t>(end - text) >= part.size(); ++text) {
+    // Trying wherever the first byte stands is quick while it is rare. memmem is slow to begin
+    // with, but linear: it goes on when the tries have cost more than the way that they have led.
+    if (spent > 512 + static_cast<std::size_t>(text - start)) {
+      const void* found =
+          memmem(text, static_cast<std::size_t>(end - text), part.data(), part.size());
+      return found ? static_cast<const char*>(found) : end;
+    }
     const std::size_t places = static_cast<std::size_t>(end - text) - part.size() + 1;
     text = static_cast<const char*>(std::memchr(text, part[0], places));
     if (!text)
       break;
     if (std::equal(part.begin(), part.end(), text))
       return text;
+    spent += 32 + part.size();
   }
   return end;
 }
