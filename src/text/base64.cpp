@@ -28,10 +28,6 @@ constexpr Values makeValues() {
 
 constexpr Values values = makeValues();
 
-bool hasAvx2() {
-  return __builtin_cpu_supports("avx2");
-}
-
 } // namespace
 
 std::string internal::encodeBase64(const unsigned char* data, std::size_t length, bool avx2) {
@@ -85,11 +81,11 @@ std::string internal::decodeBase64(const std::string& text, bool avx2) {
 }
 
 std::string base64_encode(const unsigned char* data, unsigned int length) {
-  return internal::encodeBase64(data, length, hasAvx2());
+  return internal::encodeBase64(data, length, internal::hasAvx2());
 }
 
 std::string base64_decode(const std::string& text) {
-  return internal::decodeBase64(text, hasAvx2());
+  return internal::decodeBase64(text, internal::hasAvx2());
 }
 
 } // namespace Qiv

@@ -5,6 +5,8 @@
 
 #include "text/base64.h"
 
+#if defined(__x86_64__) || defined(__i386__)
+
 #include <immintrin.h>
 
 namespace Qiv::internal {
@@ -73,6 +75,10 @@ namespace {
 
 } // namespace
 
+bool hasAvx2() {
+  return __builtin_cpu_supports("avx2");
+}
+
 [[gnu::target("avx2")]] std::size_t encodeByAvx2(const unsigned char* data, std::size_t length,
                                                  char* out) {
   std::size_t done = 0;
@@ -100,3 +106,5 @@ namespace {
 }
 
 } // namespace Qiv::internal
+
+#endif

@@ -13,32 +13,38 @@
 
 namespace Qiv {
 
+using namespace std::string_view_literals;
+
 namespace {
 
-/// A text of up to seven characters in the order of memory, its length in the highest byte.
-constexpr std::uint64_t packed(std::string_view text) {
-  std::uint64_t word = text.size() << 56;
-  for (std::size_t i = 0; i < text.size(); ++i)
-    word |= std::uint64_t{static_cast<unsigned char>(text[i])} << 8 * i;
-  return word;
-}
+/// A text of up to seven characters, eight bytes that are copied at once.
+struct Written {
+  char text[7] = {};
+  unsigned char length = 0;
+
+  constexpr Written() = default;
+  constexpr Written(std::string_view from) : length(static_cast<unsigned char>(from.size())) {
+    for (std::size_t i = 0; i < from.size(); ++i)
+      text[i] = from[i];
+  }
+};
 
 /// What is written for each byte.
-constexpr std::array<std::uint64_t, 256> makeTable() {
-  std::array<std::uint64_t, 256> table{};
+constexpr std::array<Written, 256> makeTable() {
+  std::array<Written, 256> table{};
   for (std::size_t byte = 0; byte < table.size(); ++byte) {
     const char c = static_cast<char>(byte);
-    table[byte] = packed({&c, 1});
+    table[byte] = std::string_view(&c, 1);
   }
-  table['&'] = packed("&amp;");
-  table['<'] = packed("&lt;");
-  table['>'] = packed("&gt;");
-  table['"'] = packed("&quot;");
-  table['\''] = packed("&apos;");
+  table['&'] = "&amp;"sv;
+  table['<'] = "&lt;"sv;
+  table['>'] = "&gt;"sv;
+  table['"'] = "&quot;"sv;
+  table['\''] = "&apos;"sv;
   return table;
 }
 
-constexpr std::array<std::uint64_t, 256> table = makeTable();
+constexpr std::array<Written, 256> table = makeTable();
 
 std::uint64_t inEachByte(std::uint64_t byte) {
   return byte * 0x0101010101010101;
@@ -66,9 +72,9 @@ const char* findMarkup(const char* text, const char* end) {
 
 char* escapeBytes(const char* text, const char* end, char* out) {
   for (; text != end; ++text) {
-    const std::uint64_t written = table[static_cast<unsigned char>(*text)];
-    std::memcpy(out, &written, 8);
-    out += written >> 56;
+    const Written written = table[static_cast<unsigned char>(*text)];
+    std::memcpy(out, &written, sizeof written);
+    out += written.length;
   }
   return out;
 }
