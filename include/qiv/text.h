@@ -23,14 +23,14 @@ namespace Qiv {
 /// Searching, cutting and formatting of byte strings. Safe to call from any thread.
 class QIV_API StringHelper {
 public:
-  /// True when `part` stands in `text` exactly at `pos`, within the stretch that ends before `end`
-  /// (pass text.size() for no limit). Not a search. `ignoreCase` folds with the C library's
-  /// tolower.
+  /// True when `part` stands in `text` exactly at `pos` and ends at or before `end`. Not a search.
+  /// Pass text.size() as `end` for no limit; an `end` before `pos` is no limit either. `ignoreCase`
+  /// compares as the C library's tolower does.
   static bool isInclude(const std::string& text, const std::string& part, std::size_t pos,
                         std::size_t end, bool ignoreCase);
 
   /// `text` with every `from` replaced by `to`, left to right; replacements are not scanned again.
-  /// An empty `from` changes nothing.
+  /// An empty `from` changes nothing. Takes time in proportion to the lengths, whatever the texts.
   static std::string replaceAll(std::string text, const std::string& from, const std::string& to);
 
   /// Compare bytes; an empty prefix or suffix stands at every text.
@@ -42,9 +42,10 @@ public:
   /// The n + 1 pieces between n delimiters; empty pieces are kept.
   static std::vector<std::string> split(const std::string& text, char delimiter);
 
-  /// Formats with a printf format, of which the caller sees to it that it fits the arguments.
-  /// Provided for <int, int, int>. Throws std::runtime_error (and prints the same text) when the C
-  /// library cannot format, std::logic_error for a null format.
+  /// The text that printf would write. The library provides it for three ints, which the format
+  /// must fit: the compiler does not check it. When the C library cannot format, throws
+  /// std::runtime_error and prints the same text to standard output. A null format throws
+  /// std::logic_error.
   template <typename... Args>
   static std::string formatC(const char* format, Args... args);
 };
@@ -237,6 +238,8 @@ public:
   /// @}
 
   /// Bits that are added are false. Without `keepValues` all are, unless the size stays as it is.
+  /// Growing bit by bit with `keepValues` is cheap: memory grows ahead of the size, as a vector's
+  /// does.
   void resize(std::size_t newSize, bool keepValues);
   /// Make all bits false, or the opposite of what they are. Padding is zero afterwards.
   /// @{

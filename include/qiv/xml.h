@@ -48,12 +48,16 @@ public:
 // XSLT
 // ---------------------------------------------------------------------------------------------
 
-/// Applies an XSLT 1.0 stylesheet file to an XML file.
+/// Applies an XSLT 1.0 stylesheet file to an XML file. A stylesheet is a program that may read and
+/// write any file of the user: apply none that you do not trust. XML input alone is safe.
 ///
 ///     const int status = Qiv::XslTransformer("in.xml", "page.xsl", "page.html").transform();
 ///
-/// The texts, parameters too, are not copied: they must live as long as the object uses them. A
-/// copy refers to the same texts.
+/// Parameters have no effect: setParams stores them, and transform() leaves each stylesheet
+/// parameter at its default.
+///
+/// File names and parameters are not copied: they must live as long as the object uses them. A
+/// copy of the object refers to the same texts.
 ///
 /// The destructor releases the process-wide state of libxslt and libxml2. Both come back to life
 /// when they are used again, and documents that exist stay good, but no other thread may parse or
@@ -81,16 +85,17 @@ public:
   void setOutFile(const char* outFile);
   /// @}
 
-  /// Replaces the parameters, whose keys differ when their pointers do. They are only kept here:
-  /// transform() leaves each stylesheet parameter at its default.
+  /// Replaces the stored parameters. Keys are compared by pointer, not by text.
   void setParams(const std::map<const char*, const char*>& params);
   /// Forgets the parameters.
   void clearParams();
 
-  /// Replaces the output file, in the method and encoding that the stylesheet asks for. Returns 0,
-  /// or EOF when the output could not be opened or written. A missing or malformed input or
-  /// stylesheet, and one that ends itself, gives an EMPTY file and 0; standard error tells why.
-  /// Throws std::logic_error when the output name is null.
+  /// Replaces the output file, in the method and encoding that the stylesheet asks for. It is
+  /// opened when all else has been read, so it may be the input or the stylesheet. Returns 0, or
+  /// EOF when the output could not be opened or written. Input or stylesheet that is missing,
+  /// malformed or beyond libxml2's limits (such as a text node of 10 MB) gives an EMPTY file and
+  /// 0, and so does a stylesheet that ends itself; standard error tells why. Throws
+  /// std::logic_error when the output name is null.
   int transform();
 
 private:
