@@ -5,6 +5,7 @@
 #include "support.h"
 #include "text/base64.h"
 
+#include <algorithm>
 #include <glibmm/base64.h>
 #include <random>
 
@@ -26,11 +27,18 @@ static std::string thrown(const std::function<void()>& action) {
 
 TEST(StringHelper, MatchesAtAPosition) {
   const auto isInclude = StringHelper::isInclude;
-  EXPECT_TRUE(isInclude("abc", "bc", 1, 3, false) && !isInclude("abc", "bc", 1, 2, false));
+  EXPECT_TRUE(isInclude("abc", "bc", 1, 3, false));
+  EXPECT_FALSE(isInclude("abc", "bc", 1, 2, false));
   EXPECT_TRUE(isInclude("abc", "", 4, 3, false)) << "end - pos is unsigned";
   std::string cut = "abc\0def"s;
   cut.resize(3); // "def" stays in memory
-  EXPECT_FALSE(isInclude(cut, "c\0def"s, 2, 99, true) || isInclude(cut, "def", 4, 99, false));
+  EXPECT_FALSE(isInclude(cut, "c\0def"s, 2, 99, true));
+  EXPECT_FALSE(isInclude(cut, "def", 4, 99, false));
+}
+
+TEST(StringHelper, ReplacesInTimeThatFollowsTheLength) {
+  const std::string text(10'000'000, 'a'); // comparing at each place would take minutes
+  EXPECT_EQ(StringHelper::replaceAll(text, std::string(5'000'000, 'a') + "b", ""), text);
 }
 
 TEST(StringHelper, FormatsAnyLength) {
@@ -52,17 +60,34 @@ TEST(Version, HoldsPartsButNoNegativeOnes) {
   EXPECT_EQ(thrown<Invalid>([] { Version("1.-5"); }), "Значение < 0");
   Version version(1, 2);
   EXPECT_EQ(version.to_string(4), "1.2.-1.-1");
-  EXPECT_TRUE(version._setItem(3, 300) && version.getBytes() == (Bytes{1, 2, 44}));
-  EXPECT_TRUE(version.parse(" 5. 6") && !version.parse("9") && !version.parse("7.x.8"));
+  EXPECT_TRUE(version._setItem(3, 300));
+  EXPECT_EQ(version.getBytes(), (Bytes{1, 2, 44}));
+  EXPECT_TRUE(version.parse(" 5. 6"));
+  EXPECT_FALSE(version.parse("9"));
+  EXPECT_FALSE(version.parse("7.x.8"));
   EXPECT_EQ(version.to_string(4), "7.6.-1.300") << "what was read stays";
+  EXPECT_EQ(thrown<Invalid>([&] { version.setData(1, 2, 3, -1); }), "Значение revision < 0");
+  EXPECT_EQ(version.to_string(4), "7.6.-1.300") << "nothing changes";
+  version.setData(1, 2, 3, 4);
+  const Version other = std::move(version);
+  EXPECT_EQ(version.to_string(), "1.2.3.4") << "moving copies";
+}
+
+TEST(Version, OrdersAbsentPartsBelowZero) {
   const Version rising[] = {{1, 2}, {1, 2, 0}, {1, 2, 0, 0}, {1, 2, 0, 9}, {1, 10}, {2, 0}};
   for (const Version& a : rising)
-    for (const Version& b : rising) // an absent part is below zero
-      EXPECT_TRUE((a < b) == (&a < &b) && (a == b) == (&a == &b) && (a > b) == (&a > &b));
+    for (const Version& b : rising) {
+      EXPECT_EQ(a < b, &a < &b);
+      EXPECT_EQ(a > b, &a > &b);
+      EXPECT_EQ(a <= b, &a <= &b);
+      EXPECT_EQ(a >= b, &a >= &b);
+      EXPECT_EQ(a == b, &a == &b);
+    }
 }
 
 TEST(Base64, AgreesWithGLibBothWays) {
-  for (const bool avx2 : {false, __builtin_cpu_supports("avx2") != 0})
+  EXPECT_EQ(base64_decode(base64_encode(Bytes{0, 0xFF}.data(), 2)), "\0\xFF"s);
+  for (const bool avx2 : {false, internal::hasAvx2()})
     for (unsigned int length = 0; length <= 300; ++length) {
       std::string bytes(length, ' ');
       std::generate(bytes.begin(), bytes.end(), std::mt19937(length));
@@ -94,6 +119,7 @@ TEST(BitArray, AgreesWithVectorOfBool) {
     array.resize(newSize, round % 3 != 0);
     bits.resize(round % 3 != 0 || newSize == size ? newSize : 0);
     bits.resize(newSize);
+    ASSERT_EQ(array.getSize(), newSize);
     for (std::size_t i = 0; i < newSize; ++i)
       ASSERT_EQ(array[i], bits[i]);
     ASSERT_EQ(array.hasAnyTrue(), std::count(bits.begin(), bits.end(), true) != 0);
@@ -116,6 +142,25 @@ TEST(BitArray, FillsAndThrows) {
   EXPECT_EQ(array.getData(), Bytes{3}) << "filled from itself";
   array.clear();
   EXPECT_EQ(array.getData(), Bytes{0});
+}
+
+TEST(BitArray, IsEmptyButUsableWhenMovedFrom) {
+  BitArray array(9);
+  array.set(8, true);
+  BitArray other = std::move(array);
+  EXPECT_EQ(array.getData(), Bytes());
+  array.resize(9, true);
+  EXPECT_EQ(array.getData(), Bytes(2));
+  array = std::move(other);
+  EXPECT_EQ(array.getData(), (Bytes{0, 1}));
+  EXPECT_EQ(other.getSize(), 0U);
+}
+
+TEST(BitArray, GrowsBitByBit) {
+  BitArray array(0);
+  for (std::size_t size = 1; size <= 4'000'000; ++size) // copying each time would take minutes
+    array.resize(size, true);
+  EXPECT_FALSE(array.hasAnyTrue());
 }
 
 TEST(ByteStack, IsFilledDrainedAndPrinted) {
