@@ -1,8 +1,11 @@
 #include "qiv/errors.h"
 
-#include <cstdlib>
-#include <gtest/gtest.h>
+#include "support.h"
+
+#include <atomic>
+#include <future>
 #include <map>
+#include <pthread.h>
 #include <stdexcept>
 
 using namespace Qiv;
@@ -10,6 +13,8 @@ using namespace std::string_literals;
 using Errors = std::vector<std::shared_ptr<ObjectError>>;
 
 static_assert(!std::is_constructible_v<Result, const char*>, "a text must not read as success");
+static_assert(!std::is_copy_constructible_v<LogicError>, "errors are shared");
+static_assert(!std::is_copy_assignable_v<LogicError>, "errors never change");
 
 static std::shared_ptr<ObjectError> error(const std::string& message, const Errors& inner = {}) {
   return LogicError::create(message, inner);
@@ -71,4 +76,70 @@ TEST(ObjectErrorHelper, DisplaysTrees) {
             "B\nC\nA\n* E\n  * F* B\n* CB\nC\nD");
   EXPECT_EQ(ObjectErrorHelper::toDisplayString({error(""), error("A"), cause}, -1),
             "A\nA\nE\n* FB\nC");
+}
+
+/// What a loop makes that adds the failure of each operation to all before, or puts it in front.
+static Result combineOneByOne(int operations, bool inFront, Result all) {
+  for (int operation = 0; operation < operations; ++operation)
+    all = ResultHelper::combineResults(inFront ? std::vector<Result>{error("x"), all}
+                                               : std::vector<Result>{all, error("x")});
+  return all;
+}
+
+static std::string display(const std::shared_ptr<ObjectError>& error) {
+  return ObjectErrorHelper::toDisplayString({error}, 0);
+}
+
+/// Threads of an application may have this little room.
+static void runOnStackOf256KiB(std::function<void()> body) {
+  pthread_t thread;
+  pthread_attr_t attributes;
+  pthread_attr_init(&attributes);
+  pthread_attr_setstacksize(&attributes, 256 * 1024);
+  const auto run = [](void* body) -> void* {
+    (*static_cast<std::function<void()>*>(body))();
+    return nullptr;
+  };
+  ASSERT_EQ(pthread_create(&thread, &attributes, run, &body), 0);
+  pthread_join(thread, nullptr);
+}
+
+TEST(DeepTree, FitsOnASmallStack) {
+  const int levels = support::rounds(100'000, 5'000'000);
+  RecordProperty("levels of trees shown and destroyed on a stack of 256 KiB", levels);
+  for (const bool inFront : {false, true})
+    runOnStackOf256KiB([=] {
+      const Result all = combineOneByOne(levels, inFront, error("x"));
+      EXPECT_EQ(display(all.getError()).size(), inFront ? levels + 2U : 2U * levels + 1);
+    });
+}
+
+/// An application's own class, which knows how many of its errors are left.
+struct CountedError : ObjectError {
+  CountedError(std::atomic<int>& count, const Errors& inner) : ObjectError(inner), count(count) {
+    ++count;
+  }
+  ~CountedError() override { --count; }
+  std::atomic<int>& count;
+};
+
+TEST(DeepTree, StaysWholeForWhoeverSharesIt) {
+  for (int round = 0; round < support::rounds(200, 20000); ++round) {
+    std::atomic<int> count{0};
+    const auto leaf = std::make_shared<CountedError>(count, Errors{});
+    Result shared(std::make_shared<CountedError>(count, Errors{leaf}));
+    shared = combineOneByOne(20, false, shared);
+    const std::weak_ptr<ObjectError> watched = shared.getError();
+    const std::string text = display(shared.getError());
+    std::vector<std::future<void>> owners;
+    for (const bool inFront : {false, true})
+      owners.push_back(
+          std::async(std::launch::async,
+                     [root = combineOneByOne(20, inFront, shared)]() mutable { root = true; }));
+    shared = true;
+    while (const auto seen = watched.lock())
+      ASSERT_EQ(display(seen), text);
+    owners.clear();
+    EXPECT_EQ(count, 1) << "of which the leaf is ours";
+  }
 }

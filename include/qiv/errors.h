@@ -53,7 +53,8 @@ public:
 namespace Qiv {
 
 /// Root of the error classes: a message and the inner errors, both fixed at construction. Any
-/// thread may read an error object, and any number of results and errors may share it.
+/// thread may read an error object, and any number of results and errors may share it. A tree may
+/// be of any depth.
 class QIV_API ObjectError {
 public:
   /// Copies or takes the list, not the errors in it. None of them may be null: the display text
@@ -77,7 +78,7 @@ public:
   const std::vector<std::shared_ptr<ObjectError>>& getInnerErrors() const { return innerErrors; }
 
 private:
-  const std::vector<std::shared_ptr<ObjectError>> innerErrors{};
+  std::vector<std::shared_ptr<ObjectError>> innerErrors;
 };
 
 /// A failure told in the caller's own words.

@@ -2,6 +2,8 @@
 
 #include "internal/checked_text.h"
 
+#include <iterator>
+#include <new>
 #include <utility>
 
 namespace Qiv {
@@ -14,12 +16,37 @@ Errors listOf(const std::shared_ptr<ObjectError>& error) {
   return error ? Errors{error} : Errors{};
 }
 
+void handOver(Errors& from, Errors& to) {
+  try {
+    to.insert(to.end(), std::move_iterator(from.begin()), std::move_iterator(from.end()));
+  } catch (const std::bad_alloc&) { // then they go with the object that holds them
+  }
+}
+
 } // namespace
 
 ObjectError::ObjectError() = default;
 ObjectError::ObjectError(const Errors& innerErrors) : innerErrors(innerErrors) {}
 ObjectError::ObjectError(Errors&& innerErrors) : innerErrors(std::move(innerErrors)) {}
-ObjectError::~ObjectError() = default;
+
+/// Without recursion, so that a tree of any depth fits on any stack: inside a destruction that goes
+/// on in this thread the inner errors are only handed to it. Each is released, never taken apart,
+/// since others may share it, or lock a weak pointer to it at this moment.
+ObjectError::~ObjectError() {
+  thread_local Errors* pending = nullptr;
+  if (innerErrors.empty())
+    return;
+  if (pending) {
+    handOver(innerErrors, *pending);
+    return;
+  }
+  pending = &innerErrors;
+  while (!innerErrors.empty()) {
+    const std::shared_ptr<ObjectError> next = std::move(innerErrors.back());
+    innerErrors.pop_back();
+  }
+  pending = nullptr;
+}
 
 const char* ObjectError::getMessage() const {
   return "?";
@@ -97,7 +124,9 @@ FunctionError::~FunctionError() = default;
 
 std::shared_ptr<FunctionError> FunctionError::get() {
   class FunctionErrorEx : public FunctionError {};
-  static const std::shared_ptr<FunctionError> instance = std::make_shared<FunctionErrorEx>();
+  // Never destroyed: what runs at exit may fail, too.
+  static const auto& instance =
+      *new std::shared_ptr<FunctionError>(std::make_shared<FunctionErrorEx>());
   return instance;
 }
 

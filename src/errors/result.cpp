@@ -6,6 +6,8 @@
 
 namespace Qiv {
 
+using Errors = std::vector<std::shared_ptr<ObjectError>>;
+
 namespace {
 
 /// dynamic_cast, asked only of an error that is not a plain LogicError, as most are.
@@ -14,30 +16,21 @@ const T* as(const ObjectError& error) {
   return typeid(error) == typeid(LogicError) ? nullptr : dynamic_cast<const T*>(&error);
 }
 
-void appendDisplayText(std::string& output, const std::vector<std::shared_ptr<ObjectError>>& errors,
-                       int level) {
-  std::string lineStart = "\n";
-  if (level > 0)
-    lineStart.append(2 * (static_cast<std::size_t>(level) - 1), ' ').append("* ");
-  const std::size_t start = output.size();
-  for (const auto& error : errors) {
-    if (as<CombineError>(*error)) {
-      appendDisplayText(output, error->getInnerErrors(), level);
-      continue;
-    }
-    if (as<FunctionError>(*error))
-      continue;
-    output.append(lineStart, output.size() > start ? 0 : 1);
-    output += error->getMessage();
-    if (error->getInnerErrors().empty())
-      continue;
+/// A list of errors that is being written.
+struct List {
+  const Errors* errors;
+  int level;
+  std::size_t start;    ///< of its text in the output
+  bool hasLineFeed;     ///< before its text, which goes when that is empty
+  std::size_t next = 0; ///< of the errors
+};
 
-    const std::size_t end = output.size();
+void appendLine(std::string& output, const char* message, const List& list) {
+  if (output.size() > list.start)
     output += '\n';
-    appendDisplayText(output, error->getInnerErrors(), level + 1);
-    if (output.size() == end + 1)
-      output.resize(end);
-  }
+  if (list.level > 0)
+    output.append(2 * (static_cast<std::size_t>(list.level) - 1), ' ').append("* ");
+  output += message;
 }
 
 } // namespace
@@ -54,7 +47,7 @@ Result ResultHelper::combineResults(const std::vector<Result>& results) {
   const auto failures = std::count_if(results.begin(), results.end(), failed);
   if (failures == 0)
     return true;
-  std::vector<std::shared_ptr<ObjectError>> errors;
+  Errors errors;
   errors.reserve(static_cast<std::size_t>(failures));
   for (const Result& result : results)
     if (failed(result))
@@ -62,11 +55,31 @@ Result ResultHelper::combineResults(const std::vector<Result>& results) {
   return Result(std::make_shared<CombineError>(std::move(errors)));
 }
 
-std::string
-ObjectErrorHelper::toDisplayString(const std::vector<std::shared_ptr<ObjectError>>& errors,
-                                   int level) {
+/// The lists around the one that is being written wait on a stack of their own: a thread's would
+/// not hold a tree of any depth.
+std::string ObjectErrorHelper::toDisplayString(const Errors& errors, int level) {
   std::string output;
-  appendDisplayText(output, errors, level);
+  std::vector<List> lists{{&errors, level, 0, false}};
+  while (!lists.empty()) {
+    List& list = lists.back();
+    if (list.next == list.errors->size()) {
+      if (list.hasLineFeed && output.size() == list.start)
+        output.pop_back();
+      lists.pop_back();
+      continue;
+    }
+    const ObjectError& error = *(*list.errors)[list.next++];
+    const Errors& inner = error.getInnerErrors();
+    if (as<CombineError>(error)) {
+      lists.push_back({&inner, list.level, output.size(), false});
+    } else if (!as<FunctionError>(error)) {
+      appendLine(output, error.getMessage(), list);
+      if (!inner.empty()) {
+        output += '\n';
+        lists.push_back({&inner, list.level + 1, output.size(), true});
+      }
+    }
+  }
   return output;
 }
 
