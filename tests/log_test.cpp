@@ -1,5 +1,6 @@
 #include "qiv/log.h"
 
+#include "qiv/errors.h"
 #include "qiv/files.h"
 #include "support.h"
 
@@ -19,11 +20,16 @@ using Time = Qiv::DateTimeHelper;
 /// What the first test writes, were it written at that time.
 static const std::string page = readFile(LOG_PAGE), anyTime = "15:11:2026 12:14:36.042";
 
-TEST(Log, WritesIntoTheDocumentsInLocalTime) {
-  static const TempDir home; // for which a process asks once
+/// Gives the user a documents folder, "Docs".
+static void useDocumentsOf(const TempDir& home) {
   setenv("HOME", home.getPath().c_str(), 1);
   std::filesystem::create_directories(home / ".config");
   writeFile(home / ".config/user-dirs.dirs", "XDG_DOCUMENTS_DIR=\"$HOME/Docs\"\n");
+}
+
+TEST(Log, WritesIntoTheDocumentsInLocalTime) {
+  static const TempDir home; // for which a process asks once
+  useDocumentsOf(home);
   const auto now = [format = home / "Docs/QivCross/log/log_%Y%m%d_%H%M%S.html"] {
     return Time::getDisplayTimeString(Time::getTimeNowSniceEpochMs() / 1000, format.c_str());
   };
@@ -36,7 +42,8 @@ TEST(Log, WritesIntoTheDocumentsInLocalTime) {
   const std::string path = Log::getInstance()._getLogPath();
   const std::regex time(R"(\d\d:\d\d:\d{4} \d\d:\d\d:\d\d\.\d{3})");
   EXPECT_EQ(std::regex_replace(readFile(path), time, anyTime), page);
-  EXPECT_TRUE(before <= path && path <= now()) << path;
+  EXPECT_LE(before, path);
+  EXPECT_LE(path, now());
   std::filesystem::remove_all(home / "Docs");
   EXPECT_EQ(LogObject::getLostEntries(), 0U);
   Log::writeInfo("lost");
@@ -45,11 +52,32 @@ TEST(Log, WritesIntoTheDocumentsInLocalTime) {
   Log::clear();
 }
 
+/// What a global object's destructor writes comes when all that the process made is gone.
+TEST(Log, IsThereUntilTheProcessHasEnded) {
+  const TempDir home;
+  useDocumentsOf(home);
+  const auto writeAtExit = [] {
+    Log::clear();
+    Log::writeError(Qiv::Result(false) ? "" : "at exit");
+  };
+  const auto run = [&] {
+    std::atexit(writeAtExit);
+    Log::writeInfo("in main");
+    Qiv::Result(false);
+    std::exit(0);
+  };
+  EXPECT_EXIT(run(), testing::ExitedWithCode(0), "");
+  EXPECT_EQ(cross::exec(("grep -o 'in main\\|at exit' " + home / "Docs/QivCross/log/*").c_str()),
+            "in main\nat exit");
+}
+
 /// A page into which writers put numbered entries.
 struct SharedLog : testing::Test {
   static std::string message(int writer, int number) {
-    const long most = number % 4 ? 400 : rounds(20400, 65400), dots = 80 + number * 7919L % most;
-    return std::to_string(writer) + " " + std::to_string(number) + std::string(dots, '.');
+    const std::int64_t most = number % 4 ? 400 : rounds(20400, 65400);
+    const std::int64_t dots = 80 + number * std::int64_t{7919} % most;
+    return std::to_string(writer) + " " + std::to_string(number) +
+           std::string(static_cast<std::size_t>(dots), '.');
   }
   void write(int writer, int count) {
     for (int number = 0; number < count; ++number)
@@ -72,6 +100,8 @@ struct SharedLog : testing::Test {
       ++(line == expected ? whole[writer] : damaged);
     }
   }
+  /// What a command says in the folder of pages.
+  std::string in(const std::string& run) { return cross::exec(("cd " + dir / run).c_str()); }
   void expectGoesOn() {
     write(1, 1); // perhaps behind a piece of an entry
     write(2, 1);
@@ -134,7 +164,6 @@ TEST_F(SharedLog, LosesOneEntryAtMostOnAFullDisk) {
 }
 
 TEST_F(SharedLog, KeepsTheTenNewestPagesAndLeavesNothing) {
-  const auto in = [&](const std::string& run) { return cross::exec(("cd " + dir / run).c_str()); };
   in("; touch log_.htm logs.html; for i in '' 0 1 2 3 4 5 6 7 8 9 10"
      "; do touch -d \"1${i}0 hours ago\" log_$i.html; done");
   log.clear();
@@ -149,16 +178,26 @@ TEST_F(SharedLog, KeepsTheTenNewestPagesAndLeavesNothing) {
     expectNothingLeft(what, rounds(1000, 10000), use);
 }
 
+TEST_F(SharedLog, KeepsTheSameTenPagesWhoeverPrunes) {
+  for (int round = 0; round < rounds(20, 200); ++round) {
+    in("; touch -d @1 $(seq -f log_%g.html 10 59)");
+    inProcesses(3, [&](int) { log.clear(); });
+    EXPECT_EQ(in("; echo log_*"), in("; echo log_5?.html"));
+    EXPECT_EQ(in("; ls | wc -l"), "10");
+  }
+}
+
 TEST(DateTimeHelper, WritesTimesAndDurations) {
   const std::string format = "%c|%Z %z|%-d %%%" + std::string(65536, '.');
   for (const char* zone : {"UTC0", "<+0545>-5:45", "Europe/Berlin"})
-    for (const long seconds : {1L, -1L, 1700000000L, -62135596801L, 1L << 55}) {
+    for (const std::time_t seconds : std::initializer_list<std::time_t>{
+             1, -1, 1700000000, -62135596801, std::time_t{1} << 55}) {
       std::ostringstream expected;
       setenv("TZ", zone, 1);
       expected << std::put_time(std::localtime(&seconds), format.c_str());
       EXPECT_EQ(Time::getDisplayTimeString(seconds, format.c_str()), expected.str());
     }
-  EXPECT_THROW(Time::getDisplayTimeString(LONG_MAX, "%Y"), std::out_of_range);
+  EXPECT_THROW(Time::getDisplayTimeString(INT64_MAX, "%Y"), std::out_of_range);
   const std::chrono::system_clock::time_point epoch, first(999999999ns);
   EXPECT_EQ(Time::getDisplayTimeString(first, nullptr), "");
   EXPECT_EQ(Time::getDisplayTimeString(first + 1ns, "%s"), "1");
