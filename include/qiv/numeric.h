@@ -15,6 +15,7 @@
 #include <cstddef>
 #include <iosfwd>
 #include <string>
+#include <type_traits>
 
 namespace Qiv {
 
@@ -25,10 +26,11 @@ namespace Qiv {
 /// The text of a number, as a stream writes it in general notation. Provided for <double, true>,
 /// where `true` stands for the classic locale.
 ///
-/// `precision` is not a count of decimals: it is taken from the 15 digits that a double carries.
-/// Up to 15 - precision digits stand after the point (below 0.1 that many significant ones), at
-/// most 15 in all, and a magnitude below 10^(precision - 15) is "0". Negative numbers have 6
-/// significant digits. Infinities are "inf" and "-inf", NaN is "nan" or "-nan".
+/// A double holds 15 digits; `precision` says how many of them are given up. A number from 1 on has
+/// up to 15 significant digits, of which up to 15 - precision stand after the point. A smaller one
+/// has up to 15 - precision significant digits, and what is closer to zero than 10^(precision - 15)
+/// is "0". A negative number has up to 6 significant digits, whatever the precision. Infinities are
+/// "inf" and "-inf", NaN is "nan" or "-nan".
 template <typename T, bool Classic>
 std::string convertToString(const T& value, int precision);
 
@@ -70,8 +72,8 @@ public:
   /// True for "", "." and "-", from which a number may still grow.
   static bool isIncompleteNumericInput(const std::string& text);
 
-  /// The point nearest to `value` on the grid base + n * step; halves go away from zero. A step of
-  /// 0 leaves the value as it is.
+  /// The point nearest to `value` on the grid base + n * step; of two that are equally near the one
+  /// farther from `base`. A step of 0 leaves the value as it is.
   static double stepRounding(double value, double step, double base);
 };
 
@@ -181,6 +183,9 @@ struct Nullable {
   Nullable(std::nullptr_t) {}
   /// The value, null only if `hasValue` says so.
   Nullable(T value, bool hasValue = true) : value(value), hasValue(hasValue) {}
+  /// A pointer, such as a text, would turn into a bool and read as true.
+  template <typename P, typename U = T, typename = std::enable_if_t<std::is_same_v<U, bool>>>
+  Nullable(P*, bool = true) = delete;
 
   T value{};             ///< meaningful only when hasValue is set
   bool hasValue = false; ///< false for null

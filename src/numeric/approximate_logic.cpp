@@ -1,5 +1,7 @@
 #include "qiv/numeric.h"
 
+#include "numeric/rounding.h"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -11,9 +13,9 @@ bool ApproximateLogic::equals(double a, double b, const ApproximateTolerance& to
     return true;
   if (!std::isfinite(a) || !std::isfinite(b))
     return false;
-  const double difference = std::abs(a - b);
+  const double difference = internal::rounded(std::abs(a - b));
   return tol.absolute >= difference ||
-         tol.relative * std::max(std::abs(a), std::abs(b)) >= difference;
+         internal::rounded(tol.relative * std::max(std::abs(a), std::abs(b))) >= difference;
 }
 
 bool ApproximateLogic::contains(double value, double min, double max,
@@ -46,11 +48,11 @@ double ApproximateLogic::limitValue(double value, double min, double max, double
   if (equals(rounded, min, tol))
     return min;
   if (rounded > max) {
-    const double below = rounded - step;
+    const double below = internal::rounded(rounded - step);
     return below < min ? nan : equals(below, min, tol) ? min : below;
   }
   if (min > rounded) {
-    const double above = rounded + step;
+    const double above = internal::rounded(rounded + step);
     return max < above ? nan : equals(above, max, tol) ? max : above;
   }
   return rounded;

@@ -1,10 +1,12 @@
 #include "qiv/numeric.h"
 
 #include "numeric/number_text.h"
+#include "numeric/rounding.h"
 
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstdint>
 
 namespace Qiv {
 
@@ -37,9 +39,9 @@ int significantDigits(double value, double digits, double exponent) {
 
 /// The integer nearest to value * power, halves to even. Where the product was rounded to just a
 /// half, the error of that rounding decides, which fma tells exactly.
-unsigned long scaled(double value, double power) {
+std::uint64_t scaled(double value, double power) {
   const double product = value * power;
-  const auto floor = static_cast<unsigned long>(product);
+  const auto floor = static_cast<std::uint64_t>(product);
   double overHalf = product - static_cast<double>(floor) - 0.5;
   if (overHalf == 0)
     overHalf = std::fma(value, power, -product);
@@ -49,9 +51,9 @@ unsigned long scaled(double value, double power) {
 /// Writes a positive number below 10^15, rounded to so many digits after the point, of which
 /// zeros at the end are dropped.
 char* writeFixed(char* first, char* last, double value, int decimals) {
-  auto whole = static_cast<unsigned long>(value);
-  auto one = static_cast<unsigned long>(powersOfTen[decimals]);
-  unsigned long fraction = scaled(value - static_cast<double>(whole), powersOfTen[decimals]);
+  auto whole = static_cast<std::uint64_t>(value);
+  auto one = static_cast<std::uint64_t>(powersOfTen[decimals]);
+  std::uint64_t fraction = scaled(value - static_cast<double>(whole), powersOfTen[decimals]);
   if (fraction == one) {
     ++whole;
     fraction = 0;
@@ -59,7 +61,7 @@ char* writeFixed(char* first, char* last, double value, int decimals) {
   char* const point = std::to_chars(first, last, whole).ptr;
   if (fraction == 0)
     return point;
-  for (const unsigned long zeros : {100000000UL, 10000UL, 100UL, 10UL})
+  for (const unsigned zeros : {100000000U, 10000U, 100U, 10U})
     if (fraction % zeros == 0) {
       fraction /= zeros;
       one /= zeros;
@@ -78,7 +80,7 @@ char* internal::writeNumber(char* first, double value, int precision) {
   const double magnitude = std::abs(value);
   // Neither near the bound of what is "0" nor with an exponent: most numbers, so they go by a way
   // of their own that needs no pow, log10 or arbitrary precision.
-  if (digits >= 4 && magnitude >= 1e-4 && magnitude < 1e15) {
+  if (roundsOnce && digits >= 4 && magnitude >= 1e-4 && magnitude < 1e15) {
     const int exponent = exponentOf(magnitude);
     const int decimals = significantDigits(value, digits, exponent) - exponent;
     if (decimals > 0) {
@@ -87,11 +89,12 @@ char* internal::writeNumber(char* first, double value, int precision) {
       return writeFixed(first, last, magnitude, decimals);
     }
   }
-  if (magnitude < std::pow(10.0, -digits)) {
+  if (magnitude < rounded(std::pow(10.0, -digits))) {
     *first = '0';
     return first + 1;
   }
-  const int significant = significantDigits(value, digits, std::ceil(std::log10(magnitude)));
+  const int significant =
+      significantDigits(value, digits, std::ceil(rounded(std::log10(magnitude))));
   return std::to_chars(first, last, value, std::chars_format::general, significant).ptr;
 }
 

@@ -1,9 +1,11 @@
 #include "qiv/numeric.h"
 
 #include "numeric/number_text.h"
+#include "numeric/rounding.h"
 
 #include <algorithm>
 #include <charconv>
+#include <cstdint>
 #include <limits>
 
 namespace Qiv {
@@ -112,16 +114,16 @@ std::size_t readAny(std::string_view text, std::size_t pos, double& out) {
 /// then the quotient is the nearest double. False for any other text.
 bool readShort(std::string_view text, double& out) {
   constexpr std::size_t maxSize = 17; // what overflows no integer
-  constexpr unsigned long maxExact = 1UL << std::numeric_limits<double>::digits;
+  constexpr std::uint64_t maxExact = std::uint64_t{1} << std::numeric_limits<double>::digits;
   if (text.size() > maxSize)
     return false;
   const bool negative = at(text, 0) == '-';
-  unsigned long number = 0;
+  std::uint64_t number = 0;
   std::size_t digits = 0;
   std::size_t digitsBeforePoint = npos;
   for (const char c : text.substr(negative))
     if (isDigit(c)) {
-      number = number * 10 + static_cast<unsigned long>(c - '0');
+      number = number * 10 + static_cast<std::uint64_t>(c - '0');
       ++digits;
     } else if (c == '.' && digitsBeforePoint == npos) {
       digitsBeforePoint = digits;
@@ -139,7 +141,7 @@ bool readShort(std::string_view text, double& out) {
 } // namespace
 
 bool internal::tryConvert(std::string_view text, double& out) {
-  if (readShort(text, out))
+  if (roundsOnce && readShort(text, out))
     return true;
   double value = 0;
   if (text.empty() || readAny(text, 0, value) != text.size())

@@ -1,8 +1,12 @@
 #include "qiv/numeric.h"
 
+#include "numeric/rounding.h"
+
 #include <cmath>
 
 namespace Qiv {
+
+using internal::rounded;
 
 bool NumericHelper::isNumericInput(const std::string& text) {
   double value;
@@ -14,7 +18,10 @@ bool NumericHelper::isIncompleteNumericInput(const std::string& text) {
 }
 
 double NumericHelper::stepRounding(double value, double step, double base) {
-  return step == 0 ? value : step * std::round((value - base) / step) + base;
+  if (step == 0)
+    return value;
+  const double steps = std::round(rounded(rounded(value - base) / step));
+  return rounded(rounded(step * steps) + base);
 }
 
 } // namespace Qiv
