@@ -1,45 +1,33 @@
+#include "files/capture.h"
 #include "qiv/files.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <memory>
+#include <cstring>
 #include <sys/wait.h>
-#include <unistd.h>
+#include <utility>
 
 namespace cross {
 
 namespace {
 
-struct PipeClose {
-  void operator()(FILE* pipe) const { pclose(pipe); }
-};
-using Pipe = std::unique_ptr<FILE, PipeClose>;
+using Qiv::internal::Captured;
+using Qiv::internal::captureShell;
 
-FILE* openPipe(const char* command) {
-  return command ? popen(command, "re") : nullptr;
-}
-
-/// Everything that can still be read from `fd`.
-std::string readAll(int fd) {
-  std::string text;
-  char buffer[65536]; // a pipe holds as much
-  for (ssize_t count; (count = read(fd, buffer, sizeof buffer)) != 0;) {
-    if (count > 0)
-      text.append(buffer, static_cast<std::size_t>(count));
-    else if (errno != EINTR)
-      break;
-  }
-  return text;
-}
+/// What Popen::stream points at: good for telling that there was one.
+FILE closedStream;
 
 /// The output as a reader of C texts sees it, which takes a line, or 127 bytes of it, at a time: a
 /// NUL hides the rest of its piece.
 std::string readAsTexts(const std::string& output) {
   constexpr std::size_t longestPiece = 127;
   std::string text;
-  for (std::size_t start = 0, end; start < output.size(); start = end) {
-    end = std::min({output.find('\n', start), output.size() - 1, start + longestPiece - 1}) + 1;
-    text.append(output, start, std::min(output.find('\0', start), end) - start);
+  for (std::size_t start = 0; start < output.size();) {
+    const char* const piece = output.data() + start;
+    const std::size_t most = std::min(longestPiece, output.size() - start);
+    const void* const lineEnd = std::memchr(piece, '\n', most);
+    const std::size_t size = lineEnd ? static_cast<const char*>(lineEnd) - piece + 1 : most;
+    text.append(piece, strnlen(piece, size));
+    start += size;
   }
   return text;
 }
@@ -54,12 +42,15 @@ int decodeExit(int status) {
 
 } // namespace
 
-Popen::Popen(const char* command) : stream(openPipe(command)) {
-  Pipe pipe(stream);
-  if (!pipe)
+Popen::Popen(const char* command) : stream(nullptr) {
+  if (!command)
     return;
-  output = readAll(fileno(stream));
-  status = pclose(pipe.release());
+  Captured captured = captureShell(command);
+  if (captured.systemError != 0)
+    return;
+  stream = &closedStream;
+  output = std::move(captured.output);
+  status = captured.status;
   exitCode = decodeExit(status);
 }
 

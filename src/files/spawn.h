@@ -1,23 +1,16 @@
 #ifndef QIV_FILES_SPAWN_H
 #define QIV_FILES_SPAWN_H
 
-#include <string>
+#include "files/capture.h"
 
 namespace Qiv::internal {
 
-/// What a command left behind. GLib gives no lengths: a NUL that was printed ends the text.
-struct Spawned {
-  bool started = false;
-  int systemError = 0; ///< errno as it stood after the start
-  std::string output;
-  std::string errors;
-};
-
-/// Runs `command` to its end without a shell. `status` may be null.
-Spawned spawn(const char* command, int* status);
+/// Splits `command` as GLib does and runs it without a shell. As readers of C texts see it: a NUL
+/// that was printed ends the text.
+Captured spawn(const char* command);
 
 /// Throws the std::string "command: errors" if the command wrote to standard error.
-void throwErrors(const char* command, const Spawned& spawned);
+void throwErrors(const char* command, const Captured& captured);
 
 } // namespace Qiv::internal
 

@@ -4,30 +4,15 @@
 /// Walks over file trees by descriptors: whoever renames, swaps or links folders meanwhile cannot
 /// lead a walk out of the tree, and neither the length of a path nor the depth of a tree matters.
 
+#include "files/descriptor.h"
+
 #include <cstddef>
 #include <fcntl.h>
 #include <string>
 #include <sys/stat.h>
-#include <unistd.h>
-#include <utility>
 #include <vector>
 
 namespace Qiv::internal {
-
-/// Closes a descriptor; AT_FDCWD and -1 are none.
-class Descriptor {
-public:
-  explicit Descriptor(int fd) : fd(fd) {}
-  Descriptor(Descriptor&& other) noexcept : fd(std::exchange(other.fd, -1)) {}
-  Descriptor& operator=(Descriptor other) noexcept { return std::swap(fd, other.fd), *this; }
-  ~Descriptor() { close(); }
-
-  int get() const { return fd; }
-  bool close() { return fd < 0 || ::close(std::exchange(fd, -1)) == 0; }
-
-private:
-  int fd;
-};
 
 /// A path to what is open, for what cannot be told about a descriptor.
 inline std::string descriptorPath(int fd) {

@@ -11,7 +11,7 @@ namespace {
 constexpr std::size_t longGateway = 32;
 
 std::string run(const char* command) {
-  internal::Spawned spawned = internal::spawn(command, nullptr);
+  internal::Captured spawned = internal::spawn(command);
   internal::throwErrors(command, spawned);
   return spawned.output;
 }
