@@ -2,6 +2,9 @@
 #include "support.h"
 
 #include <csignal>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
 #include <sys/time.h>
 
 using Qiv::CrossprocessLock;
@@ -13,10 +16,12 @@ struct CrossprocessLockTest : testing::Test {
 
   void setAge(int seconds) const {
     const timeval time{std::time(nullptr) - seconds, 0}, times[] = {time, time};
-    utimes(file.c_str(), times);
+    lutimes(file.c_str(), times);
   }
   static inline const TempDir home; // for which a process asks once
-  const std::string file = home / ".cache/QivCross/_Lockers/x.lock";
+  const std::string folder = home / ".cache/QivCross/_Lockers";
+  const std::string file = folder + "/x.lock";
+  static constexpr unsigned int tooLong = 1000000000; ///< microseconds, for the time of a test
 };
 
 // Of two waiters that find the same stale file, the slower one must not remove the file that the
@@ -52,7 +57,7 @@ TEST_F(CrossprocessLockTest, OfAKilledHolderIsTakenOverAfter120SecondsAndNotBefo
     kill(holder, SIGKILL);
     waitpid(holder, nullptr, 0);
     setAge(121);
-    CrossprocessLock("x", 1000000000); // taken over at once, or not in time for this test
+    CrossprocessLock("x", tooLong); // taken over at once, or not in time for this test
   }
   RecordProperty("lock holders killed and taken over", kills);
   const std::time_t before = std::time(nullptr);
@@ -61,7 +66,7 @@ TEST_F(CrossprocessLockTest, OfAKilledHolderIsTakenOverAfter120SecondsAndNotBefo
   auto overtaken = std::make_unique<CrossprocessLock>("x", 1000);
   EXPECT_GE(std::time(nullptr), before + 2);
   setAge(121);
-  const CrossprocessLock next("x", 1000000000);
+  const CrossprocessLock next("x", tooLong);
   overtaken.reset();
   EXPECT_TRUE(std::filesystem::exists(file)) << "it is the next holder's";
 }
@@ -70,4 +75,65 @@ TEST_F(CrossprocessLockTest, LeavesNothingHeldOrNot) {
   for (const char* name : {"x", "no/folder"})
     expectNothingLeft(std::string("locks of ") + name, rounds(1000, 10000),
                       [&] { EXPECT_EQ(CrossprocessLock(name, 1000).isHeld(), *name == 'x'); });
+}
+
+TEST_F(CrossprocessLockTest, IsNotStoppedByWhatLiesInItsPlaceNorByWhoLocksThat) {
+  const auto lockByOthers = [&] {
+    struct flock whole = {};
+    whole.l_type = F_WRLCK;
+    flock(open(file.c_str(), O_RDONLY | O_NONBLOCK), LOCK_EX | LOCK_NB);
+    fcntl(open(file.c_str(), O_RDWR | O_NONBLOCK), F_OFD_SETLK, &whole);
+  };
+  const std::tuple<std::string, int, bool> things[] = {{"touch ", -150, true},
+                                                       {"ln -s nowhere ", 121, true},
+                                                       {"mkfifo ", 121, true},
+                                                       {"mkdir ", 121, false}};
+  for (const auto& [make, age, held] : things) {
+    auto lock = std::make_unique<CrossprocessLock>("other", tooLong); // makes the folder
+    EXPECT_EQ(std::system((make + file).c_str()), 0);
+    setAge(age);
+    lockByOthers();
+    lock = std::make_unique<CrossprocessLock>("x", tooLong);
+    EXPECT_EQ(lock->isHeld(), held) << make;
+    lockByOthers();
+    lock.reset();
+    EXPECT_EQ(std::filesystem::remove(file), !held) << make;
+  }
+}
+
+TEST_F(CrossprocessLockTest, BearsACleanerOfItsFolder) {
+  inProcesses(3, [&](int number) {
+    std::error_code error;
+    for (int i = 0; i < rounds(5000, 20000); ++i)
+      if (number == 0)
+        std::filesystem::remove_all(folder, error);
+      else
+        EXPECT_TRUE(CrossprocessLock("x", 50).isHeld());
+  });
+}
+
+TEST_F(CrossprocessLockTest, GivesUpAtItsLimit) {
+  const CrossprocessLock holder("x", tooLong);
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_FALSE(CrossprocessLock("x", tooLong, std::chrono::milliseconds(0)).isHeld());
+  EXPECT_FALSE(CrossprocessLock("x", tooLong, std::chrono::milliseconds(100)).isHeld());
+  EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(100));
+  setAge(121);
+  EXPECT_TRUE(CrossprocessLock("x", tooLong, std::chrono::milliseconds(0)).isHeld());
+}
+
+// The handler runs when the objects that a first lock may have made are gone. Without standard
+// output the next file that is opened becomes it.
+TEST_F(CrossprocessLockTest, IsHeldAtExitAndWithoutStreams) {
+  inProcesses(1, [](int) {
+    close(STDOUT_FILENO);
+    std::atexit([] {
+      const CrossprocessLock lock("at exit", tooLong);
+      EXPECT_TRUE(lock.isHeld());
+      EXPECT_EQ(dup(STDOUT_FILENO), -1);
+      _exit(HasFailure());
+    });
+    CrossprocessLock("x", tooLong);
+    std::exit(2);
+  });
 }

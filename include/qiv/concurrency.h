@@ -16,6 +16,7 @@
 #include "qiv/export.h"
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <functional>
@@ -118,21 +119,31 @@ private:
   std::condition_variable condition;
 };
 
-/// Excludes the other holders of a name, in this and every process of the user, for a lifetime:
+/// A lock that one object at a time holds, among all threads and processes of the user that use the
+/// same name. It is held from the constructor to the destructor:
 ///
 ///     Qiv::CrossprocessLock lock("settings", 10000);
 ///     if (lock.isHeld())
 ///       rewriteSettings();
 ///
 /// The lock is the file name + ".lock" in the folder "_Lockers/" of the application's cache folder
-/// (qiv/files.h). It may be taken over 120 seconds after it was obtained, whether or not its holder
-/// still lives, so keep it for less.
+/// (qiv/files.h). It may be taken over as soon as that file is dated more than 120 seconds before
+/// or after the present time of the system clock, whether or not its holder still lives. So keep it
+/// for less. Whoever removes the file, or the folder, lets the next one in.
+///
+/// Others that lock that file themselves (`flock`, `fcntl`) delay a take-over or release by at most
+/// one second. A child made by `fork` that destroys its parent's lock object releases the lock.
+/// Code that runs at exit may use locks, too.
 class QIV_API CrossprocessLock {
 public:
   /// Waits until the lock is free, with `retryMicroseconds` between two looks. Returns without the
-  /// lock when its file cannot be created, as in a read-only home or when the sub-folder of a name
-  /// with "/" is missing. Throws std::logic_error while HOME is unset.
+  /// lock when its file cannot be created, as in a read-only home, on a full disk, or when the
+  /// sub-folder of a name with "/" is missing; also when something that may be taken over cannot be
+  /// removed, such as a folder in its place. Throws std::logic_error while HOME is unset.
   CrossprocessLock(const std::string& name, unsigned int retryMicroseconds);
+  /// The same, but gives up after `limit` and returns without the lock. 0 looks once.
+  CrossprocessLock(const std::string& name, unsigned int retryMicroseconds,
+                   std::chrono::milliseconds limit);
   /// Removes the lock's file, unless the lock was not obtained or has been taken over.
   ~CrossprocessLock();
 
@@ -140,7 +151,7 @@ public:
   CrossprocessLock(const CrossprocessLock&) = delete;
   CrossprocessLock& operator=(const CrossprocessLock&) = delete;
 
-  /// False when the lock's file could not be created. Does not tell of a take-over.
+  /// False when the lock was not obtained. Does not tell of a take-over.
   bool isHeld() const { return fd != -1; }
 
 private:
