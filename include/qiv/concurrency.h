@@ -163,14 +163,18 @@ private:
 // Stopwatch
 // ---------------------------------------------------------------------------------------------
 
-/// Measures running time and reports it to the thread that made the stopwatch, as long as a GLib
-/// main loop runs there. A thread other than the main one has pushed a main context of its own
-/// before (g_main_context_push_thread_default).
+/// Measures running time and reports it to the main context that was the default of its thread when
+/// the stopwatch was made, whatever else lives there. In a thread that has pushed none
+/// (g_main_context_push_thread_default) that is the context of the main thread. Nothing is reported
+/// while no main loop runs it.
 ///
-/// Every public member belongs to that thread. No call waits for the main loop, unless emissions of
-/// other dispatchers fill the pipe that glibmm keeps for the thread. A slot may call anything,
-/// destruction included. From start to stop a thread keeps a processor core busy; the total is a
-/// float that loses precision over long runs.
+/// Every public member belongs to the thread that runs that main loop. No call waits for it. A slot
+/// may call anything, destruction included; one that runs a main loop of its own gets no emissions
+/// meanwhile. What it throws goes to the handlers of Glib::add_exception_handler.
+///
+/// From start to stop a thread keeps a processor core busy. The time follows the system clock: when
+/// that is set ahead so is the stopwatch, and when it is set back the stopwatch stands still until
+/// the clock is where it was.
 class QIV_API Secundomer {
 public:
   /// The elapsed seconds, about every 0.1 ms while the stopwatch runs. A main loop that cannot keep
@@ -187,7 +191,8 @@ public:
   Secundomer& operator=(const Secundomer&) = delete;
 
   /// Resets the time and starts. A stopwatch that runs goes on from 0; one that is paused, or whose
-  /// stop the main loop has not seen yet, stays so.
+  /// stop the main loop has not seen yet, stays so. Throws std::system_error when the system has no
+  /// thread to spare.
   void start();
   /// Time and emissions stand still until stop and another start: there is no resuming.
   void pause();
@@ -201,16 +206,14 @@ private:
   class Dispatcher;
 
   void _threadFunc();
-  void _add(std::int64_t nanoseconds);
   void _onStop();
   void _onSetTime();
 
-  const std::shared_ptr<Dispatcher> stopDispatcher;
-  const std::shared_ptr<Dispatcher> timeDispatcher;
-  std::mutex mutex; ///< held to change elapsedSeconds
+  const std::unique_ptr<Dispatcher> stopDispatcher;
+  const std::unique_ptr<Dispatcher> timeDispatcher;
   std::atomic<std::int32_t> state;
   std::unique_ptr<std::thread> thread;
-  std::atomic<float> elapsedSeconds{0};
+  std::atomic<std::int64_t> elapsedNanoseconds{0};
 };
 
 // ---------------------------------------------------------------------------------------------

@@ -1,9 +1,8 @@
 #include "qiv/concurrency.h"
 
 #include <chrono>
-#include <glibmm/dispatcher.h>
-#include <glibmm/main.h>
-#include <vector>
+#include <glib.h>
+#include <glibmm/exceptionhandler.h>
 
 namespace Qiv {
 
@@ -23,54 +22,57 @@ std::int64_t now() {
 
 } // namespace
 
-/// Calls one member of a stopwatch in the owner's thread.
-///
-/// All Glib::Dispatchers of a thread share a pipe of 4,096 emissions, and emit() blocks when it is
-/// full. So one emission at most is under way here. It stays in the pipe when the stopwatch goes,
-/// which is why the dispatcher does not go too but serves the thread's next stopwatch.
+/// Calls one member of a stopwatch in its main context. Emissions that the main loop has not seen
+/// yet are one, so none ever waits for it.
 class Secundomer::Dispatcher {
 public:
   using Action = void (Secundomer::*)();
 
-  static std::shared_ptr<Dispatcher> take(Secundomer* stopwatch, Action action) {
-    thread_local const auto idle = std::make_shared<std::vector<std::unique_ptr<Dispatcher>>>();
-    if (idle->empty())
-      idle->emplace_back(new Dispatcher);
-    Dispatcher* const dispatcher = idle->back().release();
-    idle->pop_back();
-    dispatcher->stopwatch = stopwatch;
-    dispatcher->action = action;
-    return {dispatcher, [pool = idle](Dispatcher* returned) {
-              returned->wanted = false;
-              pool->emplace_back(returned);
-            }};
+  Dispatcher(Secundomer& stopwatch, Action action)
+      : stopwatch(stopwatch), action(action), context(g_main_context_ref_thread_default()),
+        source(g_source_new(&functions, sizeof(GSource))) {
+    g_source_set_callback(source, call, this, nullptr);
+    g_source_attach(source, context);
   }
+  ~Dispatcher() {
+    g_source_destroy(source);
+    g_source_unref(source);
+    g_main_context_unref(context);
+  }
+  Dispatcher(const Dispatcher&) = delete;
+  Dispatcher& operator=(const Dispatcher&) = delete;
 
-  void emit() {
-    wanted = true;
-    if (!underWay.exchange(true))
-      dispatcher.emit();
-  }
+  void emit() { g_source_set_ready_time(source, 0); }
 
 private:
-  Dispatcher() : dispatcher(Glib::wrap(g_main_context_ref_thread_default(), false)) {
-    dispatcher.connect([this] {
-      underWay = false;
-      if (wanted.exchange(false))
-        (stopwatch->*action)();
-    });
+  static gboolean dispatch(GSource* source, GSourceFunc callback, gpointer dispatcher) {
+    g_source_set_ready_time(source, -1);
+    return callback(dispatcher);
   }
 
-  Glib::Dispatcher dispatcher;
-  std::atomic<bool> underWay{false};
-  std::atomic<bool> wanted{false}; ///< by the present stopwatch
-  Secundomer* stopwatch = nullptr;
-  Action action = nullptr;
+  /// The action may destroy its stopwatch, and the dispatcher with it.
+  static gboolean call(gpointer dispatcher) {
+    try {
+      const auto* const self = static_cast<const Dispatcher*>(dispatcher);
+      (self->stopwatch.*self->action)();
+    } catch (...) { // must not pass through GLib
+      Glib::exception_handlers_invoke();
+    }
+    return G_SOURCE_CONTINUE;
+  }
+
+  static inline GSourceFuncs functions = {nullptr, nullptr, dispatch, nullptr, nullptr, nullptr};
+
+  Secundomer& stopwatch;
+  const Action action;
+  GMainContext* const context; ///< ours, too: with its context a source would go
+  GSource* const source;
 };
 
 Secundomer::Secundomer()
-    : stopDispatcher(Dispatcher::take(this, &Secundomer::_onStop)),
-      timeDispatcher(Dispatcher::take(this, &Secundomer::_onSetTime)), state(stopped) {}
+    : stopDispatcher(std::make_unique<Dispatcher>(*this, &Secundomer::_onStop)),
+      timeDispatcher(std::make_unique<Dispatcher>(*this, &Secundomer::_onSetTime)), state(stopped) {
+}
 
 Secundomer::~Secundomer() {
   if (thread)
@@ -96,10 +98,7 @@ void Secundomer::stop() {
 }
 
 void Secundomer::reset() {
-  {
-    const std::lock_guard lock(mutex);
-    elapsedSeconds = 0;
-  }
+  elapsedNanoseconds = 0;
   timeDispatcher->emit();
 }
 
@@ -110,19 +109,13 @@ void Secundomer::_threadFunc() {
     const std::int64_t current = now();
     if (current - last <= uncounted)
       continue;
-    if (state != paused)
-      _add(current - last);
+    if (state != paused) {
+      elapsedNanoseconds += current - last;
+      timeDispatcher->emit();
+    }
     last = current;
   }
   stopDispatcher->emit();
-}
-
-void Secundomer::_add(std::int64_t nanoseconds) {
-  {
-    const std::lock_guard lock(mutex);
-    elapsedSeconds = static_cast<float>(elapsedSeconds + static_cast<float>(nanoseconds) / 1e9);
-  }
-  timeDispatcher->emit();
 }
 
 void Secundomer::_onStop() {
@@ -134,7 +127,7 @@ void Secundomer::_onStop() {
 
 void Secundomer::_onSetTime() {
   if (state == running)
-    signalTimeChanged.emit(elapsedSeconds);
+    signalTimeChanged.emit(static_cast<float>(static_cast<double>(elapsedNanoseconds) / 1e9));
 }
 
 } // namespace Qiv
