@@ -20,7 +20,10 @@ void PointerNamedConnectionsDispatcher::disconnect(const void* object, const std
   const auto names = connections.find(object);
   if (names == connections.end())
     return;
-  if (auto entry = names->second.extract(name))
+  auto entry = names->second.extract(name);
+  if (names->second.empty())
+    connections.erase(names);
+  if (entry)
     entry.mapped().disconnect();
 }
 
