@@ -315,8 +315,10 @@ private:
 ///     capture.endCapture();
 ///     capture.getCapture(); // "hello"
 ///
-/// For short texts: writing more than 64 KiB between begin and end blocks for ever. Only one
-/// capture may be active in a process. Without descriptors to spare nothing is captured.
+/// For short texts: writing more than a pipe holds between begin and end blocks for ever. That is
+/// 64 KiB, and may be 8 KiB for a user with many pipes. Only one capture may be active in a
+/// process. Nothing is captured when there were no descriptors to spare, or when an output was
+/// closed, as the object was made.
 class QIV_API StdOutCapture {
 public:
   /// Remembers the outputs of the process, to which endCapture() returns.

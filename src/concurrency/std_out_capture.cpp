@@ -1,5 +1,7 @@
 #include "qiv/concurrency.h"
 
+#include "clear_of_streams.h"
+
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
@@ -10,7 +12,7 @@ namespace Qiv {
 namespace {
 
 int duplicate(FILE* stream) {
-  return fcntl(fileno(stream), F_DUPFD_CLOEXEC, 0);
+  return fcntl(fileno(stream), F_DUPFD_CLOEXEC, 3);
 }
 
 void redirect(int outputFd, int errorsFd) {
@@ -23,8 +25,12 @@ void redirect(int outputFd, int errorsFd) {
 } // namespace
 
 StdOutCapture::StdOutCapture() {
+  if (pipe2(pipeFds, O_CLOEXEC) == -1)
+    return;
+  for (std::int32_t& fd : pipeFds)
+    fd = internal::clearOfStreams(fd);
   // Only the reading end must not block: a writer that fills the pipe has to wait.
-  if (pipe2(pipeFds, O_CLOEXEC) == -1 || fcntl(pipeFds[0], F_SETFL, O_NONBLOCK) == -1)
+  if (fcntl(pipeFds[0], F_SETFL, O_NONBLOCK) == -1)
     return;
   savedStdout = duplicate(stdout);
   savedStderr = duplicate(stderr);
