@@ -53,7 +53,8 @@ public:
 
   /// Repeats a copy of `work`. A worker that runs or is paused is stopped first. A pause made while
   /// there is no worker holds: the new one waits for resume before its first round. An exception
-  /// that leaves `work`, and an empty `work`, end the process.
+  /// that leaves `work`, and an empty `work`, end the process. Throws std::system_error when the
+  /// system has no thread to spare.
   void start(const std::function<void()>& work);
 
   /// Lets the worker wait before its next round. Without a worker, holds for the next one.
@@ -71,8 +72,8 @@ private:
   std::thread thread;
   std::mutex mutex;
   std::condition_variable condition;
-  bool paused = false;
-  std::atomic<bool> stopRequested{false}; ///< written under the mutex
+  std::atomic<bool> paused{false};        ///< written under the mutex, as the next one
+  std::atomic<bool> stopRequested{false}; ///< a round without a pause takes no lock
 };
 
 /// The calling thread's name, at most 15 bytes.

@@ -42,7 +42,7 @@ void ThreadManager::stop() {
 
 void ThreadManager::_threadFunc(const std::function<void()>& work) {
   do {
-    {
+    if (paused) {
       std::unique_lock lock(mutex);
       condition.wait(lock, [this] { return !paused || stopRequested; });
     }
