@@ -62,8 +62,8 @@ public:
   /// Lets a paused worker go on, and undoes a pause that holds for the next one.
   void resume();
 
-  /// Ends the worker and waits for that. A paused worker does one more round. Without a worker,
-  /// undoes a pause.
+  /// Ends the worker after its round and waits for that. A worker that is paused, or that has not
+  /// begun yet, still does one round. Without a worker, undoes a pause.
   void stop();
 
 private:
@@ -82,7 +82,8 @@ public:
   /// Names the calling thread for debuggers and tools. Returns 0, or an error number when nothing
   /// changed: ERANGE for a name of more than 15 bytes, EINVAL for a null one.
   static int setCurrentThreadName(const char* name);
-  /// The process's name in a thread that was given none.
+  /// A thread that was given none has the name that its creator had then; the first has that of the
+  /// program.
   static std::string getCurrentThreadName();
 };
 
@@ -110,7 +111,7 @@ public:
 
   /// Waits until the event is set, and clears it.
   void waitOne();
-  /// The same for a limited time on the system clock, so setting the clock moves the end. False
+  /// The same for a limited time. It follows the system clock, so setting that moves the end. False
   /// when time ran out.
   bool waitOne(unsigned int milliseconds);
 
