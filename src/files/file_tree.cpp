@@ -1,16 +1,18 @@
 #include "qiv/files.h"
 
 #include "files/copy_file.h"
-#include "files/gobject.h"
 #include "files/native_tree.h"
 #include "internal/system_path.h"
 
+#include <fcntl.h>
 #include <utility>
 #include <vector>
 
 namespace Qiv {
 
 namespace {
+
+// Native files are the matter of native_tree.cpp. What follows is for names that only GIO knows.
 
 using internal::File;
 using internal::Unref;
@@ -111,10 +113,22 @@ gboolean removeTree(GFile* file, GFileType type, GCancellable* cancellable, GErr
   return g_file_delete(file, cancellable, error);
 }
 
+/// Whose program a copied one was is not known, so it runs as nobody else.
+gboolean copyFile(GFile* source, GFile* destination, GFileCopyFlags flags,
+                  GCancellable* cancellable, GError** error) {
+  struct stat unknown = {};
+  unknown.st_uid = static_cast<uid_t>(-1);
+  if (!g_file_copy(source, destination, flags, cancellable, nullptr, nullptr, error))
+    return FALSE;
+  if (const char* const path = nativePath(destination))
+    internal::dropForeignIds(AT_FDCWD, path, unknown);
+  return TRUE;
+}
+
 gboolean copyTree(GFile* source, GFileType type, GFile* destination, GFileCopyFlags flags,
                   const Trail* trail, GCancellable* cancellable, GError** error) {
   if (type == G_FILE_TYPE_REGULAR)
-    return g_file_copy(source, destination, flags, cancellable, nullptr, nullptr, error);
+    return copyFile(source, destination, flags, cancellable, error);
   if (type != G_FILE_TYPE_DIRECTORY)
     return TRUE;
   const std::string id = identify(source);

@@ -1,12 +1,10 @@
 #include "files/native_tree.h"
 
 #include "files/copy_file.h"
-#include "files/gobject.h"
 #include "files/tree_walker.h"
 
 #include <cerrno>
 #include <climits>
-#include <cstring>
 #include <dirent.h>
 
 namespace Qiv::internal {
@@ -15,13 +13,19 @@ namespace {
 
 using Step = TreeWalker::Step;
 
-/// Tells what errno says of `path`. Always false.
-bool failed(const std::string& path, GError** error) {
-  const int reason = errno;
+/// Puts the path in front of an error that has been set. Always false.
+bool failedAt(const std::string& path, GError** error) {
   char* const name = g_filename_display_name(path.c_str());
-  g_set_error(error, G_IO_ERROR, g_io_error_from_errno(reason), "%s: %s", name, g_strerror(reason));
+  g_prefix_error(error, "%s: ", name);
   g_free(name);
   return false;
+}
+
+/// Tells what errno says of the path. Always false.
+bool failed(const std::string& path, GError** error) {
+  const int reason = errno;
+  g_set_error_literal(error, G_IO_ERROR, g_io_error_from_errno(reason), g_strerror(reason));
+  return failedAt(path, error);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -182,10 +186,8 @@ bool Copier::copyByGio() {
     return failed(walker.path(), error);
   if (!g_file_copy(fileIn(walker.folder(), walker.name()).get(),
                    fileIn(filled.innermost(), targetName()).get(), flags, cancellable, nullptr,
-                   nullptr, error)) {
-    g_prefix_error(error, "%s: ", targetPath().c_str());
-    return false;
-  }
+                   nullptr, error))
+    return failedAt(targetPath(), error);
   return dropForeignIds(filled.innermost(), targetName(), st) || failed(targetPath(), error);
 }
 

@@ -5,9 +5,15 @@
 
 #include <functional>
 #include <gio/gio.h>
+#include <memory>
 #include <string>
 
 namespace Qiv::internal {
+
+struct Unref {
+  void operator()(void* object) const { g_object_unref(object); }
+};
+using File = std::unique_ptr<GFile, Unref>;
 
 bool removeNative(const std::string& path, GCancellable* cancellable, GError** error);
 

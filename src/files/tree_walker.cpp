@@ -1,5 +1,6 @@
 #include "files/tree_walker.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <dirent.h>
@@ -19,12 +20,6 @@ unsigned char examine(int folder, const char* name, int flags) {
 
 } // namespace
 
-std::vector<FolderChain::Folder> FolderChain::outermost() {
-  std::vector<Folder> folders;
-  folders.push_back({Descriptor(AT_FDCWD), 0, 0, true});
-  return folders;
-}
-
 FolderChain::Folder FolderChain::open(const char* name, int flags) const {
   Descriptor folder(openat(innermost(), name, access | O_DIRECTORY | O_CLOEXEC | flags));
   struct stat st = {};
@@ -34,10 +29,8 @@ FolderChain::Folder FolderChain::open(const char* name, int flags) const {
 }
 
 bool FolderChain::holds(const struct stat& st) const {
-  for (std::size_t i = 1; i < folders.size(); ++i)
-    if (folders[i].inode == st.st_ino && folders[i].device == st.st_dev)
-      return true;
-  return false;
+  const auto isIt = [&](const Folder& folder) { return folder.is(st.st_dev, st.st_ino); };
+  return std::any_of(folders.begin(), folders.end(), isIt);
 }
 
 bool FolderChain::enter(const char* name, bool throughLinks) {
@@ -47,17 +40,17 @@ bool FolderChain::enter(const char* name, bool throughLinks) {
   if (folder.descriptor.get() == -1)
     return false;
   folders.push_back(std::move(folder));
-  if (depth() > mostOpenFolders && !folders[depth() - mostOpenFolders + 1].linked)
-    folders[depth() - mostOpenFolders].descriptor.close();
+  const std::size_t size = folders.size();
+  if (size > mostOpenFolders && !folders[size - mostOpenFolders].linked)
+    folders[size - mostOpenFolders - 1].descriptor.close();
   return true;
 }
 
-bool FolderChain::reopenOuter() {
-  Folder& outer = folders[depth() - 1];
+bool FolderChain::reopen(Folder& outer) const {
   Folder found = open("..", O_NOFOLLOW);
   if (found.descriptor.get() == -1)
     return false;
-  if (found.inode != outer.inode || found.device != outer.device) {
+  if (!outer.is(found.device, found.inode)) {
     errno = ESTALE;
     return false;
   }
@@ -66,7 +59,8 @@ bool FolderChain::reopenOuter() {
 }
 
 bool FolderChain::leave() {
-  if (folders[depth() - 1].descriptor.get() == -1 && !reopenOuter())
+  const std::size_t size = folders.size();
+  if (size > 1 && folders[size - 2].descriptor.get() == -1 && !reopen(folders[size - 2]))
     return false;
   folders.pop_back();
   return true;

@@ -27,8 +27,7 @@ public:
   explicit FolderChain(int access) : access(access) {}
 
   /// AT_FDCWD before the first folder.
-  int innermost() const { return folders.back().descriptor.get(); }
-  std::size_t depth() const { return folders.size() - 1; }
+  int innermost() const { return folders.empty() ? AT_FDCWD : folders.back().descriptor.get(); }
   /// Whether a folder of the chain is the one that `st` describes.
   bool holds(const struct stat& st) const;
 
@@ -38,6 +37,10 @@ public:
 
 private:
   struct Folder {
+    bool is(dev_t otherDevice, ino_t otherInode) const {
+      return inode == otherInode && device == otherDevice;
+    }
+
     Descriptor descriptor;
     dev_t device;
     ino_t inode;
@@ -45,12 +48,10 @@ private:
   };
 
   Folder open(const char* name, int flags) const;
-  bool reopenOuter();
+  bool reopen(Folder& outer) const;
 
-  int access;
-  std::vector<Folder> folders = outermost();
-
-  static std::vector<Folder> outermost();
+  const int access;
+  std::vector<Folder> folders;
 };
 
 /// Steps through a tree. Each folder is read at once when it is entered.
