@@ -23,29 +23,44 @@ void handOver(Errors& from, Errors& to) {
   }
 }
 
+void releaseOneByOne(Errors& errors) {
+  while (!errors.empty()) {
+    const std::shared_ptr<ObjectError> next = std::move(errors.back());
+    errors.pop_back();
+  }
+}
+
+/// Releases the inner errors of one that is destroyed. A tree of any depth fits on any stack: below
+/// the usual depth they are handed to the release that goes on in this thread. None is taken apart
+/// before it is destroyed, since others may share it, or lock a weak pointer to it at this moment.
+void release(Errors& errors) {
+  constexpr int usualDepth = 32;
+  thread_local struct {
+    int depth;
+    Errors* pending;
+  } current;
+  if (current.depth < usualDepth) {
+    ++current.depth;
+    errors.clear();
+    --current.depth;
+  } else if (current.pending) {
+    handOver(errors, *current.pending);
+  } else {
+    current.pending = &errors;
+    releaseOneByOne(errors);
+    current.pending = nullptr;
+  }
+}
+
 } // namespace
 
 ObjectError::ObjectError() = default;
 ObjectError::ObjectError(const Errors& innerErrors) : innerErrors(innerErrors) {}
 ObjectError::ObjectError(Errors&& innerErrors) : innerErrors(std::move(innerErrors)) {}
 
-/// Without recursion, so that a tree of any depth fits on any stack: inside a destruction that goes
-/// on in this thread the inner errors are only handed to it. Each is released, never taken apart,
-/// since others may share it, or lock a weak pointer to it at this moment.
 ObjectError::~ObjectError() {
-  thread_local Errors* pending = nullptr;
-  if (innerErrors.empty())
-    return;
-  if (pending) {
-    handOver(innerErrors, *pending);
-    return;
-  }
-  pending = &innerErrors;
-  while (!innerErrors.empty()) {
-    const std::shared_ptr<ObjectError> next = std::move(innerErrors.back());
-    innerErrors.pop_back();
-  }
-  pending = nullptr;
+  if (!innerErrors.empty())
+    release(innerErrors);
 }
 
 const char* ObjectError::getMessage() const {

@@ -26,10 +26,14 @@ struct List {
 };
 
 void appendLine(std::string& output, const char* message, const List& list) {
-  if (output.size() > list.start)
-    output += '\n';
-  if (list.level > 0)
-    output.append(2 * (static_cast<std::size_t>(list.level) - 1), ' ').append("* ");
+  const bool isFirst = output.size() == list.start;
+  const std::size_t bullet = list.level > 0 ? 2 * static_cast<std::size_t>(list.level) : 0;
+  const std::size_t start = output.size();
+  output.append(bullet + !isFirst, ' ');
+  if (!isFirst)
+    output[start] = '\n';
+  if (bullet > 0)
+    output[output.size() - 2] = '*';
   output += message;
 }
 
@@ -59,7 +63,9 @@ Result ResultHelper::combineResults(const std::vector<Result>& results) {
 /// not hold a tree of any depth.
 std::string ObjectErrorHelper::toDisplayString(const Errors& errors, int level) {
   std::string output;
-  std::vector<List> lists{{&errors, level, 0, false}};
+  std::vector<List> lists;
+  lists.reserve(16);
+  lists.push_back({&errors, level, 0, false});
   while (!lists.empty()) {
     List& list = lists.back();
     if (list.next == list.errors->size()) {
