@@ -43,7 +43,7 @@ void show(const Result& result) {
 } // namespace
 
 int main() {
-  lng::language = 0; // English
+  lng::setFromLocale(); // for what the library says itself
   show(checkSettings("printer", "9100"));
   show(checkSettings("printer", "91000"));
   show(checkSettings("", "nine"));

@@ -35,5 +35,7 @@ int main() {
 
   const std::string page = log._getLogPath();
   showEntries(page);
+  if (QivLog::LogObject::getLostEntries() > 0)
+    std::cerr << "the log is not complete\n";
   std::remove(page.c_str()); // only an example
 }
