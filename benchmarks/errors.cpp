@@ -1,11 +1,9 @@
-// Error trees as text, results combined.
+// Error trees as text.
 
 #include "bench.h"
 
-#include <absl/status/status.h>
 #include <fmt/format.h>
 #include <qiv/errors.h>
-#include <sstream>
 
 namespace {
 
@@ -20,17 +18,6 @@ Errors makeCauses(int number) {
   for (int cause = 3 * number - 1; cause <= std::min(3 * number + 1, nodeCount); ++cause)
     causes.push_back(Qiv::LogicError::create(message, makeCauses(cause)));
   return causes;
-}
-
-void printPlainly(std::ostream& out, const Errors& errors, int level) {
-  for (const auto& error : errors) {
-    if (out.tellp() > 0)
-      out << '\n';
-    if (level > 0)
-      out << std::string(2 * static_cast<std::size_t>(level) - 2, ' ') << "* ";
-    out << error->getMessage();
-    printPlainly(out, error->getInnerErrors(), level + 1);
-  }
 }
 
 /// Does all that ours does: shows groups in place, leaves markers out.
@@ -49,49 +36,15 @@ void printWithFmt(fmt::memory_buffer& out, const Errors& errors, int level) {
   }
 }
 
-void addTree() {
-  const Errors errors{Qiv::LogicError::create(message, makeCauses(1))};
-  bench::Row(
-      "error tree of 100 nodes to text", 0.75,
-      [=] { return Qiv::ObjectErrorHelper::toDisplayString(errors, 0); },
-      [=] {
-        std::ostringstream out;
-        printPlainly(out, errors, 0);
-        return out.str();
-      })
-      .peer("fmt", [=] {
-        fmt::memory_buffer out;
-        printWithFmt(out, errors, 0);
-        return fmt::to_string(out);
-      });
-}
-
-/// Every second one is a failure.
-template <typename T>
-std::vector<T> everySecond(const T& failure, const T& success) {
-  std::vector<T> values;
-  for (int i = 0; i < 50; ++i)
-    values.insert(values.end(), {failure, success});
-  return values;
-}
-
-void addCombine() {
-  const auto results = everySecond<Qiv::Result>(Qiv::LogicError::create(message, nullptr), true);
-  const auto statuses = everySecond(absl::UnknownError(message), absl::OkStatus());
-  bench::Row("combineResults of 100", 1.15, [=] {
-    return Qiv::ResultHelper::combineResults(results);
-  }).peer("absl::Status", [=] {
-    std::vector<absl::Status> failures;
-    for (const absl::Status& status : statuses)
-      if (!status.ok())
-        failures.push_back(status);
-    return failures;
-  });
-}
-
 } // namespace
 
 void bench::addErrors() {
-  addTree();
-  addCombine();
+  const Errors errors{Qiv::LogicError::create(message, makeCauses(1))};
+  bench::Row("error tree of 100 nodes to text", 0.75, [=] {
+    return Qiv::ObjectErrorHelper::toDisplayString(errors, 0);
+  }).peer("fmt", [=] {
+    fmt::memory_buffer out;
+    printWithFmt(out, errors, 0);
+    return fmt::to_string(out);
+  });
 }

@@ -1,10 +1,8 @@
-// Numbers, ranges and versions as text.
+// Numbers and versions as text.
 
 #include "bench.h"
 
 #include <absl/strings/numbers.h>
-#include <array>
-#include <boost/lexical_cast.hpp>
 #include <charconv>
 #include <cmath>
 #include <double-conversion/double-conversion.h>
@@ -17,18 +15,8 @@
 namespace {
 
 using double_conversion::DoubleToStringConverter;
-using double_conversion::StringToDoubleConverter;
 
 constexpr int precision = 2;
-
-template <typename T>
-std::string writeWithStream(T value, int digits) {
-  std::ostringstream out;
-  out.imbue(std::locale::classic());
-  out.precision(digits);
-  out << value;
-  return out.str();
-}
 
 template <typename T>
 T readWithStream(const std::string& text) {
@@ -39,20 +27,17 @@ T readWithStream(const std::string& text) {
   return value;
 }
 
-int significantDigits(double value) {
-  return std::min(15 - precision + static_cast<int>(std::ceil(std::log10(value))), 15);
+std::string writeWithStream(double value) {
+  std::ostringstream out;
+  out.imbue(std::locale::classic());
+  out.precision(std::min(15 - precision + static_cast<int>(std::ceil(std::log10(value))), 15));
+  out << value;
+  return out.str();
 }
 
-template <typename... Digits>
-std::string writeByHand(double value, Digits... digits) {
+std::string writeByHand(double value) {
   char buffer[32];
-  return {buffer, std::to_chars(buffer, buffer + sizeof buffer, value, digits...).ptr};
-}
-
-std::string printed(double value, int digits) {
-  char buffer[32];
-  return {buffer,
-          static_cast<std::size_t>(std::snprintf(buffer, sizeof buffer, "%.*g", digits, value))};
+  return {buffer, std::to_chars(buffer, buffer + sizeof buffer, value).ptr};
 }
 
 std::string doubleConverted(double value) {
@@ -63,17 +48,13 @@ std::string doubleConverted(double value) {
 }
 
 void addDoubleToText(const std::string& length, double value, double target) {
-  const int digits = significantDigits(value);
   bench::Row(
       "double to text, " + length, target,
       [=] { return Qiv::convertToString<double, true>(value, precision); },
-      [=] { return writeWithStream(value, significantDigits(value)); })
+      [=] { return writeWithStream(value); })
       .peer("to_chars", [=] { return writeByHand(value); })
-      .peer("to_chars of as many digits",
-            [=] { return writeByHand(value, std::chars_format::general, digits); })
       .peer("fmt", [=] { return fmt::format("{}", value); })
-      .peer("double-conversion", [=] { return doubleConverted(value); })
-      .peer("snprintf", [=] { return printed(value, digits); });
+      .peer("double-conversion", [=] { return doubleConverted(value); });
 }
 
 template <typename T>
@@ -99,19 +80,10 @@ void addTextToDouble(const std::string& text) {
               fast_float::from_chars(text.data(), text.data() + text.size(), value);
               return value;
             })
-      .peer("abseil",
-            [=] {
-              double value = 0;
-              return absl::SimpleAtod(text, &value) ? value : 0;
-            })
-      .peer("boost", [=] { return boost::lexical_cast<double>(text); })
-      .peer("double-conversion",
-            [=] {
-              int consumed;
-              return StringToDoubleConverter(0, 0, 0, nullptr, nullptr)
-                  .StringToDouble(text.data(), static_cast<int>(text.size()), &consumed);
-            })
-      .peer("strtod", [=] { return std::strtod(text.c_str(), nullptr); });
+      .peer("abseil", [=] {
+        double value = 0;
+        return absl::SimpleAtod(text, &value) ? value : 0;
+      });
 }
 
 void addTextToInt(const std::string& text) {
@@ -124,75 +96,23 @@ void addTextToInt(const std::string& text) {
       },
       [=] { return readWithStream<int>(text); })
       .peer("from_chars", [=] { return readByHand<int>(text); })
-      .peer("abseil",
-            [=] {
-              int value = 0;
-              return absl::SimpleAtoi(text, &value) ? value : 0;
-            })
-      .peer("boost", [=] { return boost::lexical_cast<int>(text); })
-      .peer("strtol", [=] { return static_cast<int>(std::strtol(text.c_str(), nullptr, 10)); });
-}
-
-/// Numbers between separators, as one writes and reads them with charconv.
-template <typename T, std::size_t N>
-std::string joinByHand(const std::array<T, N>& numbers, char separator) {
-  char buffer[32 * N];
-  char* end = buffer;
-  for (const T number : numbers) {
-    end = std::to_chars(end, buffer + sizeof buffer, number).ptr;
-    *end++ = separator;
-  }
-  return {buffer, end - 1};
-}
-
-template <typename T, std::size_t N>
-std::array<T, N> splitByHand(const std::string& text) {
-  std::array<T, N> numbers{};
-  const char* position = text.data();
-  for (T& number : numbers)
-    position = std::from_chars(position, text.data() + text.size(), number).ptr + 1;
-  return numbers;
-}
-
-void addRange(double min, double max, double step) {
-  using Qiv::NumericRange, Qiv::NumericRangeTypeConverter;
-  const NumericRange range(min, max, step);
-  bench::Row(
-      "range text round trip", 0.95,
-      [=] {
-        NumericRange read = NumericRange::Full();
-        NumericRangeTypeConverter::fromStringData(NumericRangeTypeConverter::toStringData(range),
-                                                  read);
-        return read;
-      },
-      [=] {
-        std::ostringstream out;
-        out.imbue(std::locale::classic());
-        out << range.getMin() << ';' << range.getMax() << ';' << range.getStep();
-        std::istringstream in(out.str());
-        in.imbue(std::locale::classic());
-        double min = 0, max = 0, step = 0;
-        char separator;
-        in >> min >> separator >> max >> separator >> step;
-        return NumericRange(min, max, step);
-      })
-      .peer("charconv by hand", [=] {
-        return splitByHand<double, 3>(joinByHand<double, 3>({min, max, step}, ';'));
+      .peer("abseil", [=] {
+        int value = 0;
+        return absl::SimpleAtoi(text, &value) ? value : 0;
       });
 }
 
-void addVersion(const std::string& text) {
-  bench::Row(
-      "version parse and print", 1.5, [=] { return Qiv::Version(text).to_string(); },
-      [=] {
-        std::istringstream in(text);
-        std::ostringstream out;
-        std::string piece;
-        for (const char* separator = ""; std::getline(in, piece, '.'); separator = ".")
-          out << separator << readWithStream<int>(piece);
-        return out.str();
-      })
-      .peer("charconv by hand", [=] { return joinByHand(splitByHand<int, 4>(text), '.'); });
+/// As one reads and writes a version with charconv.
+std::string copyByHand(const std::string& version) {
+  char buffer[64];
+  char* end = buffer;
+  for (const char* position = version.data(); position < version.data() + version.size();) {
+    int number = 0;
+    position = std::from_chars(position, version.data() + version.size(), number).ptr + 1;
+    end = std::to_chars(end, buffer + sizeof buffer, number).ptr;
+    *end++ = '.';
+  }
+  return {buffer, end - 1};
 }
 
 } // namespace
@@ -203,6 +123,8 @@ void bench::addNumeric() {
   addTextToDouble("12.5");
   addTextToDouble("271.828182845905");
   addTextToInt("271828");
-  addRange(-12.5, 1200, 0.01);
-  addVersion("1.12.345.6789");
+  const std::string version = "1.12.345.6789";
+  bench::Row("version parse and print", 1.5, [=] {
+    return Qiv::Version(version).to_string();
+  }).peer("charconv by hand", [=] { return copyByHand(version); });
 }
