@@ -109,8 +109,8 @@ bool ip6ToBytes(const char* text, unsigned char* dst) {
   if (doubleColon != none) {
     if (cursor == ip6Size)
       return false;
-    std::rotate(bytes + doubleColon, bytes + cursor,
-                bytes + ip6Size); // the zeros behind come first
+    std::copy_backward(bytes + doubleColon, bytes + cursor, bytes + ip6Size);
+    std::fill_n(bytes + doubleColon, ip6Size - cursor, static_cast<unsigned char>(0));
     cursor = ip6Size;
   }
   if (cursor != ip6Size)
