@@ -13,38 +13,37 @@
 
 namespace Qiv {
 
-using namespace std::string_view_literals;
-
 namespace {
 
-/// A text of up to seven characters, eight bytes that are copied at once.
-struct Written {
-  char text[7] = {};
-  unsigned char length = 0;
+/// Where the bits of a byte in memory lie in a word.
+constexpr std::size_t shiftOf(std::size_t byte) {
+  return 8 * (__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__ ? byte : 7 - byte);
+}
 
-  constexpr Written() = default;
-  constexpr Written(std::string_view from) : length(static_cast<unsigned char>(from.size())) {
-    for (std::size_t i = 0; i < from.size(); ++i)
-      text[i] = from[i];
-  }
-};
+/// A text of up to seven characters as it lies in memory, its length in the last byte.
+constexpr std::uint64_t packed(std::string_view text) {
+  std::uint64_t word = std::uint64_t{text.size()} << shiftOf(7);
+  for (std::size_t i = 0; i < text.size(); ++i)
+    word |= std::uint64_t{static_cast<unsigned char>(text[i])} << shiftOf(i);
+  return word;
+}
 
 /// What is written for each byte.
-constexpr std::array<Written, 256> makeTable() {
-  std::array<Written, 256> table{};
+constexpr std::array<std::uint64_t, 256> makeTable() {
+  std::array<std::uint64_t, 256> table{};
   for (std::size_t byte = 0; byte < table.size(); ++byte) {
     const char c = static_cast<char>(byte);
-    table[byte] = std::string_view(&c, 1);
+    table[byte] = packed({&c, 1});
   }
-  table['&'] = "&amp;"sv;
-  table['<'] = "&lt;"sv;
-  table['>'] = "&gt;"sv;
-  table['"'] = "&quot;"sv;
-  table['\''] = "&apos;"sv;
+  table['&'] = packed("&amp;");
+  table['<'] = packed("&lt;");
+  table['>'] = packed("&gt;");
+  table['"'] = packed("&quot;");
+  table['\''] = packed("&apos;");
   return table;
 }
 
-constexpr std::array<Written, 256> table = makeTable();
+constexpr std::array<std::uint64_t, 256> table = makeTable();
 
 std::uint64_t inEachByte(std::uint64_t byte) {
   return byte * 0x0101010101010101;
@@ -71,10 +70,11 @@ const char* findMarkup(const char* text, const char* end) {
 }
 
 char* escapeBytes(const char* text, const char* end, char* out) {
+#pragma GCC unroll 8 // which only -O3 does by itself
   for (; text != end; ++text) {
-    const Written written = table[static_cast<unsigned char>(*text)];
+    const std::uint64_t written = table[static_cast<unsigned char>(*text)];
     std::memcpy(out, &written, sizeof written);
-    out += written.length;
+    out += written >> shiftOf(7) & 0xFF;
   }
   return out;
 }
