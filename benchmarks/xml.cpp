@@ -6,34 +6,8 @@
 #include <glib.h>
 #include <libxml/entities.h>
 #include <qiv/xml.h>
-#include <sstream>
 
 namespace {
-
-std::string escapePlainly(const std::string& text) {
-  std::ostringstream escaped;
-  for (const char c : text)
-    switch (c) {
-    case '&':
-      escaped << "&amp;";
-      break;
-    case '<':
-      escaped << "&lt;";
-      break;
-    case '>':
-      escaped << "&gt;";
-      break;
-    case '"':
-      escaped << "&quot;";
-      break;
-    case '\'':
-      escaped << "&apos;";
-      break;
-    default:
-      escaped << c;
-    }
-  return escaped.str();
-}
 
 void addEscape(const std::string& input, const std::string& sentence, std::size_t size,
                double target) {
@@ -41,9 +15,7 @@ void addEscape(const std::string& input, const std::string& sentence, std::size_
   while (text.size() < size)
     text += sentence;
   text.resize(size);
-  bench::Row(
-      "escapeXml " + input, target, [=] { return Qiv::XmlHelper::escapeXml(text); },
-      [=] { return escapePlainly(text); })
+  bench::Row("escapeXml " + input, target, [=] { return Qiv::XmlHelper::escapeXml(text); })
       .peer(
           "abseil",
           [=] {
@@ -53,18 +25,11 @@ void addEscape(const std::string& input, const std::string& sentence, std::size_
           })
       .peer("libxml2",
             [=] {
-              xmlChar* const escaped =
-                  xmlEncodeSpecialChars(nullptr, reinterpret_cast<const xmlChar*>(text.c_str()));
-              benchmark::DoNotOptimize(*escaped);
-              xmlFree(escaped);
+              xmlFree(
+                  xmlEncodeSpecialChars(nullptr, reinterpret_cast<const xmlChar*>(text.c_str())));
             })
       .peer("GLib",
-            [=] {
-              gchar* const escaped =
-                  g_markup_escape_text(text.data(), static_cast<gssize>(text.size()));
-              benchmark::DoNotOptimize(*escaped);
-              g_free(escaped);
-            })
+            [=] { g_free(g_markup_escape_text(text.data(), static_cast<gssize>(text.size()))); })
       .limit("memcpy", [=] { return text; });
 }
 
