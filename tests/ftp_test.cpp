@@ -1,15 +1,28 @@
 #include "qiv/net.h"
 
+#include "net/ftp_transfer.h"
+#include "net/libcurl.h"
 #include "support.h"
 
+#include <algorithm>
 #include <arpa/inet.h>
 #include <cstring>
+#include <sys/stat.h>
+#include <thread>
 
 using namespace support;
+using Qiv::internal::FtpEnd;
+using Qiv::internal::FtpRequest;
+using Qiv::Net::Web::Client;
 
 /// The system's words, in the language of the environment.
 static std::string why(int error) {
   return std::string(std::strerror(error)) + "\n";
+}
+
+/// The words of libcurl, of which every release has its own.
+static std::string why(CURLcode code) {
+  return std::string(Qiv::internal::Libcurl().easyStrerror(code)) + "\n";
 }
 
 /// A port of the loopback interface that refuses connections until serve() puts a server there. The
@@ -38,58 +51,188 @@ struct FtpUpload : testing::Test {
                             const std::string& path) {
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
-    const int result =
-        Qiv::Net::Web::Client().FTPUpload(remoteName.c_str(), urlPrefix.c_str(), path.c_str());
+    const int result = Client().FTPUpload(remoteName.c_str(), urlPrefix.c_str(), path.c_str());
     const std::string output = testing::internal::GetCapturedStdout();
     return std::to_string(result) + " " + output + testing::internal::GetCapturedStderr();
+  }
+
+  /// What the user is shown of the other upload, which prints nothing.
+  static std::string uploadQuietly(const std::string& remoteName, const std::string& urlPrefix,
+                                   const std::string& path) {
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    const Qiv::Result result = Client().upload(remoteName, urlPrefix, path);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    return result ? "" : Qiv::ObjectErrorHelper::toDisplayString({result.getError()}, 0);
+  }
+
+  /// What the server was told since the last call.
+  static std::string commands() {
+    const std::string log = readFile("log");
+    std::filesystem::remove("log");
+    return log;
   }
 
   const TempDir folder;
   std::string url;
   const int listener = socket(AF_INET, SOCK_STREAM, 0);
   std::unique_ptr<FILE, int (*)(FILE*)> server{nullptr, pclose};
+  const int english = lng::language = 0;
+};
+
+/// With a server at the port, for which a Python module is needed.
+struct FtpServer : FtpUpload {
+  void SetUp() override {
+    if (std::system("/usr/bin/python3 -W ignore -c 'import pyftpdlib' 2>/dev/null") != 0)
+      GTEST_SKIP() << "needs python3-pyftpdlib";
+    serve();
+  }
 };
 
 TEST_F(FtpUpload, RefusesBeforeConnecting) {
-  const std::string name(4090, 'n'), prefix = url + std::string(4078 - url.size(), 'd');
   writeFile("local", "");
   std::filesystem::resize_file("local", 0x100000005);
+  EXPECT_EQ(mkfifo("fifo", 0600), 0);
   const std::string size = "0 Local file size: 4294967301 bytes.\n";
-  const std::array<std::string, 3> rows[] = {
-      {"n\nDELE n", url, "FTP upload of 'local' refused: the remote name has a line break\n"},
-      {name + "n", url, "FTP upload of 'local' refused: the remote name is too long\n"},
-      {"n", prefix + "d", "FTP upload of 'local' refused: the URL prefix is too long\n"},
-      {name, prefix, "curl_easy_perform() failed: Couldn't connect to server\n"}};
-  for (const auto& [remoteName, urlPrefix, reason] : rows)
-    EXPECT_EQ(upload(remoteName, urlPrefix, "local"), size + reason);
+  EXPECT_EQ(upload("n\nDELE n", url, "local"),
+            size + "FTP upload of 'local' refused: the remote name has a line break\n");
+  EXPECT_EQ(upload("n", url, "local"),
+            size + "curl_easy_perform() failed: " + why(CURLE_COULDNT_CONNECT));
   EXPECT_EQ(upload("n", url, "none"), "1 Couldn't open 'none': " + why(ENOENT));
+  EXPECT_EQ(upload("n", url, "fifo"), "0 Local file size: 0 bytes.\n"
+                                      "FTP upload of 'fifo' refused: it is no regular file\n");
+  EXPECT_NE(upload("n", url, ".").find("\nFTP upload of '.' refused: " + why(EISDIR)),
+            std::string::npos);
 }
 
-TEST_F(FtpUpload, ServerRenamesOnlyWhatIsComplete) {
-  if (std::system("/usr/bin/python3 -W ignore -c 'import pyftpdlib' 2>/dev/null") != 0)
-    GTEST_SKIP() << "needs python3-pyftpdlib";
-  serve();
+TEST_F(FtpUpload, SaysWhatAndWhyInTheLanguage) {
+  writeFile("local", "");
+  EXPECT_EQ(uploadQuietly("n\rDELE n", url, "local"),
+            "local: The upload was refused\n* the remote name has a line break");
+  EXPECT_EQ(uploadQuietly("n", "http:" + url.substr(4), "local").substr(0, 30),
+            "local: The upload was refused\n");
+  EXPECT_EQ(uploadQuietly(std::string("n\0", 2), url, "local"),
+            "local: The upload was refused\n* the remote name or the URL prefix has a NUL");
+  EXPECT_EQ(uploadQuietly("n", url, std::string("local\0", 6)),
+            "local: The local file was not found\n* No such file or directory");
+  lng::language = 1;
+  const std::string unreachable = uploadQuietly("n", url, "local");
+  EXPECT_EQ(unreachable.substr(0, unreachable.find('\n')), "local: Сбой соединения с сервером");
+}
+
+TEST_F(FtpUpload, IsRefusedWithoutLibcurl) {
+  if (!getenv("BROKEN_LIBCURL")) { // once more, where the loader finds this one first
+    writeFile("libcurl.so.4", "no library");
+    const std::string self = std::filesystem::read_symlink("/proc/self/exe");
+    const std::string command = "BROKEN_LIBCURL=1 LD_LIBRARY_PATH=$PWD '" + self +
+                                "' --gtest_filter=FtpUpload.IsRefusedWithoutLibcurl";
+    EXPECT_EQ(std::system(command.c_str()), 0);
+    return;
+  }
+  writeFile("local", "");
+  const std::string outcome = upload("n", url, "local");
+  const std::string refusal = "0 Local file size: 0 bytes.\nFTP upload of 'local' refused: ";
+  EXPECT_EQ(outcome.substr(0, refusal.size()), refusal);
+  EXPECT_NE(outcome.find("libcurl.so.4"), std::string::npos) << outcome;
+  EXPECT_EQ(std::count(outcome.begin(), outcome.end(), '\n'), 2) << outcome;
+  EXPECT_EQ(uploadQuietly("n", url, "local").substr(0, 30), "local: The upload was refused\n");
+}
+
+TEST_F(FtpServer, RenamesOnlyWhatIsComplete) {
+  writeFile("empty", "");
   writeFile("small", std::string(1234, 'x'));
-  writeFile("large", std::string(300000, 'y'));
-  const std::string failed = "\ncurl_easy_perform() failed: ";
-  const std::array<std::string, 3> rows[] = {
-      {"/dev/null", url, "0 Local file size: 0 bytes.\n"},
-      {"small", url, "0 Local file size: 1234 bytes.\n*** We read 1234 bytes from file\n"},
-      {".", url, "\nFTP upload of '.' refused: " + why(EISDIR)},
-      {"large", url, failed},           // the disk is full
-      {"/proc/self/maps", url, failed}, // longer than its size of 0
-      {"small", url + "missing/", failed},
-      {"small", url + "hangup/", failed}};
+  writeFile("large", std::string(300000, 'y')); // more than the server's disk holds
+  const std::string store = "STOR qivor_upload.part\n";
+  const std::string both = store + "RNFR qivor_upload.part\nRNTO report\n";
+  const std::string failed = "curl_easy_perform() failed: ";
+  const std::array<std::string, 4> rows[] = {
+      {"empty", url, "0 Local file size: 0 bytes.\n", both},
+      {"small", url, "0 Local file size: 1234 bytes.\n*** We read 1234 bytes from file\n", both},
+      {"large", url, failed, store},
+      {"/proc/self/maps", url, failed + why(CURLE_PARTIAL_FILE), store}, // its size is 0
+      {"small", url + "missing/", failed + why(CURLE_REMOTE_ACCESS_DENIED), ""},
+      {"small", url + "hangup/", failed, ""}};
   std::size_t call = 0;
-  expectNothingLeft("FTP upload, five of seven failing", rounds(140, 10000), [&] {
-    const auto& [path, prefix, expected] = rows[call % std::size(rows)];
-    const std::string name = "report" + std::to_string(call++ % std::size(rows));
-    const std::string outcome = upload(name, prefix, path);
+  expectNothingLeft("FTP upload, four of six failing", rounds(60, 10000), [&] {
+    const auto& [path, prefix, expected, told] = rows[call++ % std::size(rows)];
+    std::filesystem::remove("report");
+    const std::string outcome = upload("report", prefix, path);
     EXPECT_NE(outcome.find(expected), std::string::npos) << outcome;
+    EXPECT_EQ(commands(), told) << path;
+    EXPECT_EQ(readFile("report"), told == both ? readFile(path) : "") << path;
   });
-  EXPECT_EQ(readFile("report0") + readFile("report1"), std::string(1234, 'x'));
-  const std::string store = "STOR qivor_upload.part\n",
-                    rename = "RNFR qivor_upload.part\nRNTO report";
-  const std::string once = store + rename + "0\n" + store + rename + "1\n" + store + store;
-  EXPECT_EQ(readFile("log").substr(0, 2 * once.size()), once + once);
+}
+
+TEST_F(FtpServer, RenamesNothingThatChangesMeanwhile) {
+  const struct {
+    std::string name;
+    std::uintmax_t size, laterSize;
+  } rows[] = {{"grows", 1000, 1500}, {"shrinks", 100000, 0}};
+  for (const auto& [name, size, laterSize] : rows) {
+    writeFile("local", std::string(size, 'x'));
+    FtpRequest request{"report", url, "local"};
+    request.onRead = [later = laterSize](std::size_t) {
+      std::filesystem::resize_file("local", later);
+    };
+    EXPECT_EQ(sendByFtp(request).end, FtpEnd::incomplete) << name;
+    EXPECT_FALSE(std::filesystem::exists("report")) << name;
+  }
+}
+
+TEST_F(FtpServer, MayStopForEver) {
+  std::filesystem::create_directory("deaf");
+  writeFile("local", "");
+  std::filesystem::resize_file("local", 1 << 28); // more than the sockets hold
+  FtpRequest request{"report", url + "deaf/", "local", "report.part"};
+  request.patience = 1;
+  for (const char* const stage : {"while the file is sent", "before the greeting"}) {
+    const auto outcome = sendByFtp(request);
+    EXPECT_EQ(outcome.end, FtpEnd::noConnection) << stage;
+    EXPECT_EQ(outcome.summary + std::string("\n"), why(CURLE_OPERATION_TIMEDOUT)) << stage;
+  }
+}
+
+TEST_F(FtpServer, TakesManyUploadsAtOnceIntoOneFolder) {
+  std::vector<std::thread> threads;
+  for (int number = 0; number < 8; ++number)
+    threads.emplace_back([&, number, name = "f" + std::to_string(number)] {
+      writeFile(name, std::string(8000 * number, static_cast<char>('a' + number)));
+      for (int round = 0; round < rounds(5, 300); ++round)
+        EXPECT_TRUE(Client().upload("to-" + name, url, name)) << name;
+    });
+  for (std::thread& thread : threads)
+    thread.join();
+  for (int number = 0; number < 8; ++number)
+    EXPECT_EQ(readFile("to-f" + std::to_string(number)),
+              std::string(8000 * number, static_cast<char>('a' + number)));
+}
+
+TEST_F(FtpServer, IsToldToForgetWhatFailed) {
+  writeFile("local", std::string(60000, 'x'));
+  std::uint64_t last = 0;
+  EXPECT_TRUE(Client().upload("report", url, "local", [&](std::uint64_t done, std::uint64_t total) {
+    EXPECT_EQ(total, 60000);
+    EXPECT_GE(done, last);
+    last = done;
+    return true;
+  }));
+  EXPECT_EQ(last, 60000);
+  EXPECT_EQ(readFile("report"), readFile("local"));
+
+  const auto stop = [](std::uint64_t done, std::uint64_t) { return done == 0; };
+  const Qiv::Result result = Client().upload("cancelled", url, "local", stop);
+  ASSERT_FALSE(result);
+  EXPECT_STREQ(result.getError()->getMessage(), "local: The upload was cancelled");
+  EXPECT_THROW(Client().upload("thrown", url, "local",
+                               [](std::uint64_t done, std::uint64_t) -> bool {
+                                 return done == 0 ? true : throw std::range_error("");
+                               }),
+               std::range_error);
+  EXPECT_EQ(uploadQuietly("no/such", url, "local"),
+            "local: The server did not accept the file\n* 550 No such file or directory.");
+  for (const auto& entry : std::filesystem::directory_iterator("."))
+    EXPECT_EQ(entry.path().string().find("part"), std::string::npos) << entry.path();
+  EXPECT_FALSE(std::filesystem::exists("cancelled"));
+  EXPECT_FALSE(std::filesystem::exists("thrown"));
 }
