@@ -1,6 +1,7 @@
 /// A worker reports to its owner; a lock keeps other processes out meanwhile.
 
 #include <atomic>
+#include <chrono>
 #include <cstdio>
 #include <iostream>
 #include <qiv/concurrency.h>
@@ -52,6 +53,8 @@ void follow() {
 int main() {
   const Qiv::CrossprocessLock lock("qiv-example", 10000);
   std::cout << (lock.isHeld() ? "locked\n" : "no lock file\n");
+  const Qiv::CrossprocessLock second("qiv-example", 10000, std::chrono::milliseconds(50));
+  std::cout << (second.isHeld() ? "locked twice\n" : "gave up after 50 ms\n");
   count();
   follow();
   std::cout << "captured: " << capture([] { std::puts("hello"); }) << "\n";

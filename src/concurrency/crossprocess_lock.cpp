@@ -95,7 +95,7 @@ int createFile(const char* path, const std::string& folder) {
     return static_cast<int>(TEMP_FAILURE_RETRY(open(path, flags, 0666)));
   };
   int fd = create();
-  for (int i = 0; fd == -1 && errno == ENOENT && i < 100; ++i) {
+  for (int i = 0; fd == -1 && errno == ENOENT && i < 20; ++i) {
     mkdir_with_parents(folder.c_str());
     fd = create();
   }
