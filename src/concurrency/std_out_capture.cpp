@@ -1,6 +1,6 @@
 #include "qiv/concurrency.h"
 
-#include "clear_of_streams.h"
+#include "internal/clear_of_streams.h"
 
 #include <cerrno>
 #include <cstdio>

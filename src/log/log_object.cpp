@@ -1,5 +1,6 @@
 #include "qiv/log.h"
 
+#include "internal/clear_of_streams.h"
 #include "internal/local_time.h"
 #include "internal/system_path.h"
 #include "qiv/files.h"
@@ -82,7 +83,8 @@ bool writeAll(int file, std::string_view text) {
 /// some of it could not be written.
 bool appendToPage(const std::string& path, std::string_view text) {
   constexpr int flags = O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC;
-  const int file = open(Qiv::internal::systemPath(path), flags, 0666);
+  const int file = Qiv::internal::clearOfStreams(
+      static_cast<int>(TEMP_FAILURE_RETRY(open(Qiv::internal::systemPath(path), flags, 0666))));
   if (file == -1)
     return false;
   if (lseek(file, 0, SEEK_END) != 0)

@@ -1,5 +1,5 @@
-#ifndef QIV_CONCURRENCY_CLEAR_OF_STREAMS_H
-#define QIV_CONCURRENCY_CLEAR_OF_STREAMS_H
+#ifndef QIV_INTERNAL_CLEAR_OF_STREAMS_H
+#define QIV_INTERNAL_CLEAR_OF_STREAMS_H
 
 #include <fcntl.h>
 #include <unistd.h>
