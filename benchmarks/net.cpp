@@ -132,14 +132,26 @@ void addMacPrint(const Mac& mac) {
       });
 }
 
-/// The sum of RFC 1071, for what fits into 32 bits; the compiler vectorises it. A call, as ours is.
-[[gnu::noinline]] unsigned short sumIn32Bits(const std::vector<unsigned short>& words) {
-  unsigned int sum = 0;
-  for (const unsigned short word : words)
-    sum += word;
+unsigned short folded(unsigned int sum) {
   sum = (sum & 0xFFFF) + (sum >> 16);
   sum += sum >> 16;
   return static_cast<unsigned short>(~sum);
+}
+
+/// The sum of RFC 1071, for what fits into 32 bits. A call, as ours is.
+[[gnu::noinline]] unsigned short sumPlainly(const std::vector<unsigned short>& words) {
+  unsigned int sum = 0;
+  for (const unsigned short word : words)
+    sum += word;
+  return folded(sum);
+}
+
+[[gnu::noinline, gnu::optimize("O3")]] unsigned short
+sumByVectors(const std::vector<unsigned short>& words) {
+  unsigned int sum = 0;
+  for (const unsigned short word : words)
+    sum += word;
+  return folded(sum);
 }
 
 void addChecksum(const std::string& size, std::size_t bytes, double target) {
@@ -152,8 +164,8 @@ void addChecksum(const std::string& size, std::size_t bytes, double target) {
       [=] {
         return Qiv::_checksum(const_cast<unsigned short*>(words.data()), static_cast<int>(bytes));
       },
-      [=] { return sumIn32Bits(words); })
-      .peer("vectorised 32-bit sum", [=] { return sumIn32Bits(words); });
+      [=] { return sumPlainly(words); })
+      .peer("vectorised 32-bit sum", [=] { return sumByVectors(words); });
 }
 
 } // namespace
@@ -163,7 +175,7 @@ void bench::addNet() {
   addIp4Print({192, 168, 100, 17});
   addIp6Print({0x01, 0x20, 0xb8, 0x0d, 0xa3, 0x85, 0, 0, 0, 0, 0x2e, 0x8a, 0x70, 0x03, 0x34, 0x73});
   addMacPrint({0x00, 0x1A, 0x2B, 0x3C, 0x4D, 0x5E});
-  addChecksum("20 B", 20, 1.35);
-  addChecksum("1,500 B", 1500, 1.15);
-  addChecksum("64 KiB", 65536, 1.15);
+  addChecksum("20 B", 20, 1.8);
+  addChecksum("1,500 B", 1500, 1.2);
+  addChecksum("64 KiB", 65536, 1.2);
 }
