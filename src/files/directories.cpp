@@ -28,7 +28,7 @@ namespace {
 
 /// Made if it is missing. Only the first call decides where it lies.
 void makeDefaultDocDir() {
-  static const std::string& path = keep(getHomeDir() + "Documents/");
+  static std::string& path = keep(getHomeDir() + "Documents/");
   if (!Qiv::fileExist(path))
     mkdir(path.c_str(), 0700);
 }
@@ -49,7 +49,7 @@ std::string findExeDir() {
 } // namespace
 
 const std::string& getHomeDir() {
-  static const std::string& home = keep(Qiv::internal::checkedText(getenv("HOME")) + "/"s);
+  static std::string& home = keep(Qiv::internal::checkedText(getenv("HOME")) + "/"s);
   return home;
 }
 
@@ -73,7 +73,7 @@ const char* getDocDir() {
 
 const char* getExeDir() {
   try {
-    static const std::string& folder = keep(findExeDir());
+    static std::string& folder = keep(findExeDir());
     return folder.c_str();
   } catch (const std::system_error&) { // the next call tries again
     return "";
@@ -95,7 +95,7 @@ std::string getQivCrossDocDir() {
 }
 
 std::string getThemesDir() {
-  static const std::string& themes = keep(std::string(cross::getExeDir()) + "Themes/");
+  static std::string& themes = keep(std::string(cross::getExeDir()) + "Themes/");
   return themes;
 }
 
