@@ -5,6 +5,7 @@
 #include "signal_pause.h"
 #include "texts.h"
 
+#include <chrono>
 #include <iostream>
 #include <qiv/concurrency.h>
 #include <unistd.h>
@@ -14,6 +15,7 @@ namespace {
 
 constexpr unsigned int pingSeconds = 1;
 constexpr unsigned int lockRetryMicroseconds = 10000;
+constexpr std::chrono::seconds lockLimit(10);
 
 /// Empty for a success.
 std::string toText(const Qiv::Result& result) {
@@ -30,7 +32,7 @@ Reporter::Reporter(const Options& options, QivLog::LogObject& log)
 /// each look takes it anew, and no signal may end the process meanwhile and leave it behind.
 bool Reporter::look() {
   const SignalPause pause;
-  const Qiv::CrossprocessLock lock("netreport", lockRetryMicroseconds);
+  const Qiv::CrossprocessLock lock("netreport", lockRetryMicroseconds, lockLimit);
   if (!lock.isHeld())
     log.writeWarn(texts::noLock());
   const Qiv::Result result = examine();

@@ -2,6 +2,7 @@
 
 #include "texts.h"
 
+#include <chrono>
 #include <glibmm/miscutils.h>
 #include <qiv/concurrency.h>
 #include <qiv/files.h>
@@ -11,6 +12,7 @@ namespace {
 
 constexpr unsigned int keptHosts = 10;
 constexpr unsigned int lockRetryMicroseconds = 1000;
+constexpr std::chrono::milliseconds lockLimit(200); // a window waits meanwhile
 
 std::string getPath() {
   return Qiv::getQivCrossAppCacheDir() + "netreport.hosts";
@@ -49,10 +51,10 @@ std::vector<std::string> loadHosts() {
 }
 
 std::vector<std::string> rememberHost(const std::string& host) {
-  const Qiv::CrossprocessLock lock("netreport.hosts", lockRetryMicroseconds);
+  const Qiv::CrossprocessLock lock("netreport.hosts", lockRetryMicroseconds, lockLimit);
   Qiv::RecentCollection hosts = readHosts();
   hosts.tryAdd(host);
-  Qiv::mkdir_with_parents(Qiv::getQivCrossAppCacheDir().c_str());
-  Qiv::openOutputFileUTF8Name(getPath(), std::ios::trunc) << hosts.serialize() << "\n";
+  if (lock.isHeld()) // so the folder is there, too
+    Qiv::openOutputFileUTF8Name(getPath(), std::ios::trunc) << hosts.serialize() << "\n";
   return hosts.getCollection();
 }

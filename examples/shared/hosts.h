@@ -15,7 +15,8 @@ Qiv::Result getPingResult(const std::string& host, bool answered);
 /// folder.
 std::vector<std::string> loadHosts();
 
-/// Puts the host at the end of the list and returns it. Any number of processes may do so at once.
+/// Puts the host at the end of the list and returns it. Any number of processes may do so at once;
+/// a list that others keep busy stays as it is.
 std::vector<std::string> rememberHost(const std::string& host);
 
 #endif
