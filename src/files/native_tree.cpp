@@ -56,6 +56,12 @@ bool removeMet(TreeWalker& walker) {
 // Copying
 // ---------------------------------------------------------------------------------------------
 
+/// For GIO, which takes no descriptors.
+File fileIn(int folder, const char* name) {
+  return File(g_file_new_for_path(
+      folder == AT_FDCWD ? name : (descriptorPath(folder) + "/" + name).c_str()));
+}
+
 class Copier {
 public:
   Copier(const std::string& source, const std::string& destination, GFileCopyFlags flags,
@@ -63,20 +69,108 @@ public:
       : rootLength(source.size()), destination(destination), flags(flags), cancellable(cancellable),
         error(error), walker(source) {}
 
-  bool copyAll();
+  bool copyAll() {
+    for (Step step; (step = walker.next()) != Step::done;) {
+      if (g_cancellable_set_error_if_cancelled(cancellable, error))
+        return false;
+      if (step == Step::lost || (step == Step::left && !filled.leave()))
+        return failed(walker.path(), error);
+      if (step == Step::met && !copyMet())
+        return false;
+    }
+    return true;
+  }
 
 private:
-  bool copyMet();
-  bool copyFolder();
-  bool copyFile();
-  bool copyLink();
-  bool copyByGio();
-  bool fillFile(int source, const struct stat& st);
-  void copyFolderAttributes(const struct stat& st);
-
   /// Where the entry that has been met is copied to.
   const char* targetName() const { return walker.isRoot() ? destination.c_str() : walker.name(); }
   std::string targetPath() const { return destination + walker.path().substr(rootLength); }
+
+  bool copyMet() {
+    const unsigned char type = walker.typeBehindLinks();
+    if (type == DT_DIR)
+      return copyFolder();
+    if (type != DT_REG)
+      return true;
+    if (flags & ~G_FILE_COPY_NOFOLLOW_SYMLINKS)
+      return copyByGio();
+    const bool asLink = walker.type() == DT_LNK && (flags & G_FILE_COPY_NOFOLLOW_SYMLINKS);
+    return asLink ? copyLink() : copyFile();
+  }
+
+  bool copyFolder() {
+    struct stat st;
+    if (fstatat(walker.folder(), walker.name(), &st, 0) != 0)
+      return failed(walker.path(), error);
+    if (walker.standsIn(st) || filled.holds(st))
+      return true;
+    const std::string name = targetName(), path = targetPath();
+    if (!walker.enter(walker.type() == DT_LNK))
+      return failed(walker.path(), error);
+    const mode_t mode = flags & G_FILE_COPY_TARGET_DEFAULT_PERMS ? 0777 : S_IRWXU | st.st_mode;
+    const bool isNew = mkdirat(filled.innermost(), name.c_str(), mode & 0777) == 0;
+    if ((!isNew && errno != EEXIST) || !filled.enter(name.c_str(), !isNew))
+      return failed(path, error);
+    copyFolderAttributes(st);
+    return true;
+  }
+
+  void copyFolderAttributes(const struct stat& st) {
+    if (flags & ~G_FILE_COPY_NOFOLLOW_SYMLINKS) {
+      // Of a linked folder too the mode counts, not the link's, which lets everyone in.
+      const auto followed = static_cast<GFileCopyFlags>(flags & ~G_FILE_COPY_NOFOLLOW_SYMLINKS);
+      g_file_copy_attributes(fileIn(walker.folder(), "").get(),
+                             fileIn(filled.innermost(), "").get(), followed, cancellable, nullptr);
+      dropForeignIds(filled.innermost(), ".", st);
+      return;
+    }
+    const Descriptor copy(openat(filled.innermost(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (copy.get() != -1)
+      copyAttributes(walker.folder(), copy.get(), st);
+  }
+
+  bool copyFile() {
+    const int links = walker.type() == DT_LNK ? 0 : O_NOFOLLOW;
+    const Descriptor source(openat(walker.folder(), walker.name(),
+                                   O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | links));
+    struct stat st;
+    if (source.get() == -1 || fstat(source.get(), &st) != 0)
+      return failed(walker.path(), error);
+    return !S_ISREG(st.st_mode) || fillFile(source.get(), st);
+  }
+
+  bool fillFile(int source, const struct stat& st) {
+    const int folder = filled.innermost();
+    Descriptor copy(openat(folder, targetName(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+    if (copy.get() == -1)
+      return failed(targetPath(), error);
+    if (copyContent(source, copy.get(), st, cancellable)) {
+      copyAttributes(source, copy.get(), st);
+      if (copy.close())
+        return true;
+    }
+    failed(targetPath(), error);
+    unlinkat(folder, targetName(), 0);
+    return false;
+  }
+
+  bool copyLink() {
+    char target[PATH_MAX] = "";
+    if (readlinkat(walker.folder(), walker.name(), target, sizeof target - 1) == -1)
+      return failed(walker.path(), error);
+    return symlinkat(target, filled.innermost(), targetName()) == 0 || failed(targetPath(), error);
+  }
+
+  bool copyByGio() {
+    struct stat st;
+    if (fstatat(walker.folder(), walker.name(), &st, 0) != 0)
+      return failed(walker.path(), error);
+    if (!g_file_copy(fileIn(walker.folder(), walker.name()).get(),
+                     fileIn(filled.innermost(), targetName()).get(), flags, cancellable, nullptr,
+                     nullptr, error))
+      return failedAt(targetPath(), error);
+    return dropForeignIds(filled.innermost(), targetName(), st) || failed(targetPath(), error);
+  }
 
   const std::size_t rootLength;
   const std::string& destination;
@@ -86,110 +180,6 @@ private:
   TreeWalker walker;
   FolderChain filled{O_PATH};
 };
-
-/// For GIO, which takes no descriptors.
-File fileIn(int folder, const char* name) {
-  return File(g_file_new_for_path(
-      folder == AT_FDCWD ? name : (descriptorPath(folder) + "/" + name).c_str()));
-}
-
-bool Copier::copyAll() {
-  for (Step step; (step = walker.next()) != Step::done;) {
-    if (g_cancellable_set_error_if_cancelled(cancellable, error))
-      return false;
-    if (step == Step::lost || (step == Step::left && !filled.leave()))
-      return failed(walker.path(), error);
-    if (step == Step::met && !copyMet())
-      return false;
-  }
-  return true;
-}
-
-bool Copier::copyMet() {
-  const unsigned char type = walker.typeBehindLinks();
-  if (type == DT_DIR)
-    return copyFolder();
-  if (type != DT_REG)
-    return true;
-  if (flags & ~G_FILE_COPY_NOFOLLOW_SYMLINKS)
-    return copyByGio();
-  const bool asLink = walker.type() == DT_LNK && (flags & G_FILE_COPY_NOFOLLOW_SYMLINKS);
-  return asLink ? copyLink() : copyFile();
-}
-
-bool Copier::copyFolder() {
-  struct stat st;
-  if (fstatat(walker.folder(), walker.name(), &st, 0) != 0)
-    return failed(walker.path(), error);
-  if (walker.standsIn(st) || filled.holds(st))
-    return true;
-  const std::string name = targetName(), path = targetPath();
-  if (!walker.enter(walker.type() == DT_LNK))
-    return failed(walker.path(), error);
-  const mode_t mode = flags & G_FILE_COPY_TARGET_DEFAULT_PERMS ? 0777 : S_IRWXU | st.st_mode;
-  const bool isNew = mkdirat(filled.innermost(), name.c_str(), mode & 0777) == 0;
-  if ((!isNew && errno != EEXIST) || !filled.enter(name.c_str(), !isNew))
-    return failed(path, error);
-  copyFolderAttributes(st);
-  return true;
-}
-
-void Copier::copyFolderAttributes(const struct stat& st) {
-  if (flags & ~G_FILE_COPY_NOFOLLOW_SYMLINKS) {
-    // Of a linked folder too the mode counts, not the link's, which lets everyone in.
-    const auto followed = static_cast<GFileCopyFlags>(flags & ~G_FILE_COPY_NOFOLLOW_SYMLINKS);
-    g_file_copy_attributes(fileIn(walker.folder(), "").get(), fileIn(filled.innermost(), "").get(),
-                           followed, cancellable, nullptr);
-    dropForeignIds(filled.innermost(), ".", st);
-    return;
-  }
-  const Descriptor copy(openat(filled.innermost(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (copy.get() != -1)
-    copyAttributes(walker.folder(), copy.get(), st);
-}
-
-bool Copier::copyFile() {
-  const int links = walker.type() == DT_LNK ? 0 : O_NOFOLLOW;
-  const Descriptor source(
-      openat(walker.folder(), walker.name(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | links));
-  struct stat st;
-  if (source.get() == -1 || fstat(source.get(), &st) != 0)
-    return failed(walker.path(), error);
-  return !S_ISREG(st.st_mode) || fillFile(source.get(), st);
-}
-
-bool Copier::fillFile(int source, const struct stat& st) {
-  const int folder = filled.innermost();
-  Descriptor copy(openat(folder, targetName(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
-  if (copy.get() == -1)
-    return failed(targetPath(), error);
-  if (copyContent(source, copy.get(), st, cancellable)) {
-    copyAttributes(source, copy.get(), st);
-    if (copy.close())
-      return true;
-  }
-  failed(targetPath(), error);
-  unlinkat(folder, targetName(), 0);
-  return false;
-}
-
-bool Copier::copyLink() {
-  char target[PATH_MAX] = "";
-  if (readlinkat(walker.folder(), walker.name(), target, sizeof target - 1) == -1)
-    return failed(walker.path(), error);
-  return symlinkat(target, filled.innermost(), targetName()) == 0 || failed(targetPath(), error);
-}
-
-bool Copier::copyByGio() {
-  struct stat st;
-  if (fstatat(walker.folder(), walker.name(), &st, 0) != 0)
-    return failed(walker.path(), error);
-  if (!g_file_copy(fileIn(walker.folder(), walker.name()).get(),
-                   fileIn(filled.innermost(), targetName()).get(), flags, cancellable, nullptr,
-                   nullptr, error))
-    return failedAt(targetPath(), error);
-  return dropForeignIds(filled.innermost(), targetName(), st) || failed(targetPath(), error);
-}
 
 } // namespace
 

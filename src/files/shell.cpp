@@ -14,7 +14,7 @@ using Qiv::internal::Captured;
 using Qiv::internal::captureShell;
 
 /// What Popen::stream points at: good for telling that there was one.
-FILE closedStream;
+FILE closedStream; // NOLINT(misc-non-copyable-objects): only its address is used
 
 /// The output as a reader of C texts sees it, which takes a line, or 127 bytes of it, at a time: a
 /// NUL hides the rest of its piece.
