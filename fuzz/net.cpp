@@ -25,8 +25,10 @@ static void tryAddresses(const std::string& text) {
   AGREE(taken != known || std::memcmp(ours, others, sizeof ours) == 0);
   AGREE(!taken || has(text, "::") || has(text, ".") || Ip6(text) == Ip6(text.c_str()));
   const Ip4 ip4(text);
-  AGREE(Ip4(ip4.to_string()) == ip4 && Ip4(ip4.to_string().c_str()) == ip4);
-  AGREE(Mac(Mac(text).to_string()) == Mac(text) && Ip6(text).to_string().size() < 40);
+  AGREE(Ip4(ip4.to_string()) == ip4);
+  AGREE(Ip4(ip4.to_string().c_str()) == ip4);
+  AGREE(Mac(Mac(text).to_string()) == Mac(text));
+  AGREE(Ip6(text).to_string().size() < 40);
 }
 
 static void tryNumber(const std::string& text) try {
@@ -40,7 +42,9 @@ static void tryNumber(const std::string& text) try {
 static void tryListing(const std::string& text) {
   const internal::Gateway gateway = internal::findGateway(text);
   for (const NetworkInterface& iface : internal::parseInterfaces(text, gateway).interfaces) {
-    AGREE(!iface.name.empty() && iface.name != "lo" && has(text, ": " + iface.name + ": "));
+    AGREE(!iface.name.empty());
+    AGREE(iface.name != "lo");
+    AGREE(has(text, ": " + iface.name + ": "));
     const std::string device = iface.name.substr(0, iface.name.find('@'));
     AGREE(iface.gateway == (device == gateway.device ? gateway.address : ""));
     for (const NetworkAddr& address : iface.addresses) {

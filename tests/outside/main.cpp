@@ -25,6 +25,15 @@ bool typesCross() try {
   return true;
 }
 
+/// Whether an upload comes as far as the connection, for which libcurl was found and opened.
+bool uploadStarts() {
+  lng::language = 0;
+  const Qiv::Result result =
+      Qiv::Net::Web::Client().upload("name", "ftp://127.0.0.1:1/", "/proc/self/maps");
+  return Qiv::ObjectErrorHelper::toDisplayString({result.getError()}, 0).find("connection") !=
+         std::string::npos;
+}
+
 } // namespace
 
 int main() {
@@ -32,5 +41,5 @@ int main() {
                            Qiv::XmlHelper::escapeXml("<") + " " +
                            Qiv::NumericRangeTypeConverter::toStringData(Qiv::NumericRange::Full());
   std::puts(text.c_str());
-  return typesCross() && text == "127.0.0.1 &lt; -inf;inf;0" ? 0 : 1;
+  return typesCross() && uploadStarts() && text == "127.0.0.1 &lt; -inf;inf;0" ? 0 : 1;
 }
