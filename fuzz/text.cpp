@@ -69,10 +69,11 @@ void tryText(const std::string& text) {
   AGREE(joined == StringHelper::replaceAll(text, ";", part) + part);
   AGREE(StringHelper::replaceAll(text, part, ";;;") == replacedByFind(text, part, ";;;"));
   std::string alike = "A"; // text after text, so that a search fails often before it finds
-  for (int i = 0; i < 50; ++i)
+  for (int i = 0; i < 20; ++i) {
     alike.insert(0, text).append(text);
-  AGREE(StringHelper::replaceAll(alike, text + "A", part) ==
-        replacedByFind(alike, text + "A", part));
+    AGREE(StringHelper::replaceAll(alike, text + "A", part) ==
+          replacedByFind(alike, text + "A", part));
+  }
   AGREE(StringHelper::endsWith(text, part) == (text.rfind(part) == text.size() - part.size()));
   tryRecent(text);
   tryMatch(text, part);
