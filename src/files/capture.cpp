@@ -1,6 +1,7 @@
 #include "files/capture.h"
 
 #include "files/descriptor.h"
+#include "internal/clear_of_streams.h"
 
 #include <cerrno>
 #include <csignal>
@@ -15,15 +16,8 @@ namespace Qiv::internal {
 
 namespace {
 
-/// The end of a pipe must not stand where the child's own standard descriptors will, nor where
-/// other threads of this process print.
-Descriptor aboveStandard(int fd) {
-  Descriptor end(fd);
-  if (fd <= STDERR_FILENO)
-    return Descriptor(fcntl(fd, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
-  return end;
-}
-
+/// Its ends must not stand where the child's own standard descriptors will, nor where other threads
+/// of this process print.
 struct Pipe {
   Descriptor reading, writing;
 
@@ -31,9 +25,9 @@ struct Pipe {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0)
       return false;
-    reading = aboveStandard(ends[0]);
-    writing = aboveStandard(ends[1]);
-    return reading.get() != -1 && writing.get() != -1;
+    reading = Descriptor(clearOfStreams(ends[0]));
+    writing = Descriptor(clearOfStreams(ends[1]));
+    return reading.get() > STDERR_FILENO && writing.get() > STDERR_FILENO;
   }
 };
 
