@@ -100,7 +100,7 @@ TEST(DeepTree, StaysWholeForWhoeverSharesIt) {
   struct OwnError : ObjectError {
     using ObjectError::ObjectError;
   };
-  for (int round = 0; round < support::rounds(200, 20000); ++round) {
+  for (int round = 0; round < support::rounds(200, 2000); ++round) {
     const auto leaf = error("leaf");
     Result shared = combineOneByOne(100, false, Result(std::make_shared<OwnError>(Errors{leaf})));
     const std::string text = display(shared.getError());
