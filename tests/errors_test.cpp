@@ -82,18 +82,25 @@ static std::string display(const std::shared_ptr<ObjectError>& error) {
   return ObjectErrorHelper::toDisplayString({error}, 0);
 }
 
+static const int levels = support::rounds(100'000, 5'000'000);
+
+template <bool inFront>
+static void* makeShowAndDestroy(void*) {
+  const Result all = combineOneByOne(levels, inFront, error("x"));
+  EXPECT_EQ(display(all.getError()).size(), inFront ? levels + 2U : 2U * levels + 1);
+  return nullptr;
+}
+
 TEST(DeepTree, FitsOnASmallStack) {
-  const int levels = support::rounds(100'000, 5'000'000);
   RecordProperty("levels of trees shown and destroyed on a stack of 256 KiB", levels);
   pthread_attr_t attributes;
   pthread_attr_init(&attributes);
   pthread_attr_setstacksize(&attributes, 256 * 1024);
-  pthread_setattr_default_np(&attributes);
-  for (const bool inFront : {false, true})
-    std::thread([=] {
-      const Result all = combineOneByOne(levels, inFront, error("x"));
-      EXPECT_EQ(display(all.getError()).size(), inFront ? levels + 2U : 2U * levels + 1);
-    }).join();
+  for (const auto run : {makeShowAndDestroy<false>, makeShowAndDestroy<true>}) {
+    pthread_t thread;
+    ASSERT_EQ(pthread_create(&thread, &attributes, run, nullptr), 0);
+    pthread_join(thread, nullptr);
+  }
 }
 
 TEST(DeepTree, StaysWholeForWhoeverSharesIt) {
