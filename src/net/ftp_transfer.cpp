@@ -20,7 +20,7 @@ namespace Qiv::internal {
 
 namespace {
 
-using File = std::unique_ptr<FILE, decltype(&std::fclose)>;
+using File = std::unique_ptr<FILE, int (*)(FILE*)>;
 
 bool contains(const std::string& text, std::string_view characters) {
   return text.find_first_of(characters) != std::string::npos;
