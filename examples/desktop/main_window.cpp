@@ -65,8 +65,8 @@ void MainWindow::addWidgets() {
 
   for (auto& cell : cells) {
     columns.add(cell);
-    table.append_column("", cell);
-    table.get_column(table.get_n_columns() - 1)->set_expand();
+    const int count = table.append_column("", cell);
+    table.get_column(count - 1)->set_expand();
   }
   rows = Gtk::ListStore::create(columns);
   table.set_model(rows);
