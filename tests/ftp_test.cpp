@@ -2,13 +2,13 @@
 
 #include "net/ftp_transfer.h"
 #include "net/libcurl.h"
+#include "qiv/files.h"
 #include "support.h"
 
-#include <algorithm>
 #include <arpa/inet.h>
 #include <cstring>
+#include <future>
 #include <sys/stat.h>
-#include <thread>
 
 using namespace support;
 using Qiv::internal::FtpEnd;
@@ -63,13 +63,6 @@ struct FtpUpload : testing::Test {
     return result ? "" : Qiv::ObjectErrorHelper::toDisplayString({result.getError()}, 0);
   }
 
-  /// What the server was told since the last call.
-  static std::string commands() {
-    const std::string log = readFile("log");
-    std::filesystem::remove("log");
-    return log;
-  }
-
   const TempDir folder;
   std::string url;
   const int listener = socket(AF_INET, SOCK_STREAM, 0);
@@ -98,18 +91,8 @@ TEST_F(FtpUpload, RefusesBeforeConnecting) {
   EXPECT_EQ(upload("n", url, "none"), "1 Couldn't open 'none': " + why(ENOENT));
   EXPECT_EQ(upload("n", url, "fifo"), "0 Local file size: 0 bytes.\n"
                                       "FTP upload of 'fifo' refused: it is no regular file\n");
-  EXPECT_NE(upload("n", url, ".").find("\nFTP upload of '.' refused: " + why(EISDIR)),
-            std::string::npos);
-}
-
-TEST_F(FtpUpload, SaysWhatAndWhyInTheLanguage) {
-  writeFile("local", "");
-  EXPECT_EQ(failure("n\rDELE n", url, "local"),
-            "local: The upload was refused\n* the remote name has a line break");
-  EXPECT_EQ(failure("n", "http:" + url.substr(4), "local").substr(0, 30),
-            "local: The upload was refused\n");
-  EXPECT_EQ(failure("n", url, std::string("local\0", 6)),
-            "local: The local file was not found\n* No such file or directory");
+  EXPECT_EQ(failure("n", url, ".") + "\n", ".: The upload was refused\n* " + why(EISDIR));
+  EXPECT_EQ(failure("n", "http://x/", "local").find("local: The upload was refused\n* "), 0);
   lng::language = 1;
   EXPECT_EQ(failure("n", url, "local").find("local: Сбой соединения с сервером\n* "), 0);
 }
@@ -127,8 +110,6 @@ TEST_F(FtpUpload, IsRefusedWithoutLibcurl) {
   const std::string outcome = upload("n", url, "local");
   EXPECT_EQ(outcome.find("0 Local file size: 0 bytes.\nFTP upload of 'local' refused: "), 0);
   EXPECT_NE(outcome.find("libcurl.so.4"), std::string::npos) << outcome;
-  EXPECT_EQ(outcome.find('\n', outcome.find("refused")), outcome.size() - 1) << "one line";
-  EXPECT_EQ(failure("n", url, "local").substr(0, 30), "local: The upload was refused\n");
 }
 
 TEST_F(FtpServer, RenamesOnlyWhatIsComplete) {
@@ -148,10 +129,11 @@ TEST_F(FtpServer, RenamesOnlyWhatIsComplete) {
   std::size_t call = 0;
   expectNothingLeft("FTP upload, four of six failing", rounds(60, 10000), [&] {
     const auto& [path, prefix, expected, told] = rows[call++ % std::size(rows)];
-    std::filesystem::remove("report");
+    for (const char* const old : {"report", "log"})
+      std::filesystem::remove(old);
     const std::string outcome = upload("report", prefix, path);
     EXPECT_NE(outcome.find(expected), std::string::npos) << outcome;
-    EXPECT_EQ(commands(), told) << path;
+    EXPECT_EQ(readFile("log"), told) << path;
     EXPECT_EQ(readFile("report"), told == both ? readFile(path) : "") << path;
   });
 }
@@ -180,17 +162,17 @@ TEST_F(FtpServer, MayStopForEver) {
 }
 
 TEST_F(FtpServer, TakesManyUploadsAtOnceIntoOneFolder) {
-  std::vector<std::thread> threads;
+  const auto uploadOften = [this](char name) {
+    const std::string from(1, name), to = "to-" + from;
+    writeFile(from, std::string(500 * name, name));
+    for (int round = 0; round < rounds(5, 300); ++round) {
+      EXPECT_TRUE(Client().upload(to, url, from));
+      EXPECT_EQ(readFile(to), readFile(from)) << from;
+    }
+  };
+  std::vector<std::future<void>> uploads;
   for (const char name : {'a', 'b', 'c', 'd', 'e', 'f'})
-    threads.emplace_back([&, from = std::string(1, name), to = std::string("to-") + name] {
-      writeFile(from, std::string(500 * from[0], from[0]));
-      for (int round = 0; round < rounds(5, 300); ++round) {
-        EXPECT_TRUE(Client().upload(to, url, from));
-        EXPECT_EQ(readFile(to), readFile(from)) << from;
-      }
-    });
-  for (std::thread& thread : threads)
-    thread.join();
+    uploads.push_back(std::async(std::launch::async, uploadOften, name));
 }
 
 TEST_F(FtpServer, IsToldToForgetWhatFailed) {
@@ -198,7 +180,6 @@ TEST_F(FtpServer, IsToldToForgetWhatFailed) {
   std::uint64_t last = 0;
   const auto watch = [&](std::uint64_t done, std::uint64_t total) {
     EXPECT_EQ(total, 60000);
-    EXPECT_GE(done, last);
     last = done;
     return true;
   };
@@ -209,14 +190,9 @@ TEST_F(FtpServer, IsToldToForgetWhatFailed) {
   const Qiv::Result result = Client().upload("cancelled", url, "local", cancel);
   ASSERT_FALSE(result);
   EXPECT_STREQ(result.getError()->getMessage(), "local: The upload was cancelled");
-  const auto fail = [](std::uint64_t done, std::uint64_t) {
-    return done == 0 ? true : throw std::range_error("");
-  };
+  const auto fail = [](std::uint64_t, std::uint64_t) -> bool { throw std::range_error(""); };
   EXPECT_THROW(Client().upload("thrown", url, "local", fail), std::range_error);
   EXPECT_EQ(failure("no/such", url, "local"),
             "local: The server did not accept the file\n* 550 No such file or directory.");
-  std::set<std::string> left;
-  for (const auto& entry : std::filesystem::directory_iterator("."))
-    left.insert(entry.path().filename());
-  EXPECT_EQ(left, (std::set<std::string>{"local", "log", "report"}));
+  EXPECT_EQ(cross::exec("ls"), "local\nlog\nreport");
 }

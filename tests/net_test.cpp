@@ -1,6 +1,5 @@
 #include "qiv/net.h"
 
-#include "qiv/text.h"
 #include "support.h"
 
 #include <algorithm>
@@ -29,28 +28,19 @@ TEST(Addresses, AreReadLenientlyFromStrings) {
   EXPECT_EQ(Ip6("fe80::1:0x1ffff-2"s).to_string(), "80fe::100:ffff:feff:0:0:0");
   EXPECT_EQ(Mac("0x1:101:z").to_string('-'), "01-01-00-00-00-00");
   EXPECT_THROW(Mac(static_cast<const char*>(nullptr)), std::logic_error);
-  unsigned char any[16];
-  EXPECT_TRUE(ip4ToBytes("x"s, any));
-  EXPECT_TRUE(ip6ToBytes("x"s, any));
-  EXPECT_TRUE(macToBytes("x", any));
 }
 
 TEST(Addresses, PrintIpv6GroupsLowByteFirst) {
   EXPECT_EQ(Ip6("2001:db8::1").to_string(), "120:b80d::100");
   EXPECT_EQ(Ip6("::ffff:192.168.0.1").to_string(), "::ffff:192.168.0.1");
-  EXPECT_EQ(Ip6("1af:1::12").to_string(), "af01:100::1200");
   EXPECT_EQ(Ip6("00001::000ffff"), Ip6("1::ffff")) << "inet_pton limits leading zeros";
   EXPECT_EQ(Ip6("10000::"), Ip6());
 }
 
-TEST(Addresses, PrintEveryByte) {
-  for (int i = 0; i < 256; ++i) {
-    const auto byte = static_cast<unsigned char>(i);
-    const unsigned char bytes[] = {byte, 7, byte};
-    EXPECT_EQ(mac_to_string_hex(bytes, 3, '-'), StringHelper::formatC("%02X-%02X-%02X", i, 7, i));
-    EXPECT_EQ(ipv4_to_string(bytes, 3, ' '), StringHelper::formatC("%d %d %d", i, 7, i));
-  }
-  EXPECT_EQ(ipv4_to_string(nullptr, 0, '.'), "");
+TEST(Addresses, PrintAnyNumberOfBytes) {
+  const unsigned char bytes[] = {0, 9, 10, 99, 100, 255};
+  EXPECT_EQ(mac_to_string_hex(bytes, 6, '-'), "00-09-0A-63-64-FF");
+  EXPECT_EQ(ipv4_to_string(bytes, 6, ' '), "0 9 10 99 100 255");
   EXPECT_EQ(mac_to_string_hex(nullptr, 0, ':'), "");
 }
 
@@ -162,7 +152,6 @@ TEST_F(FakeTools, DescribeAMachine) {
       {"default via 1.1.11 via 1.1.1.1 dev eth0 proto dhcp\n",
        eth0 + "1.1.1.1" + addresses + vlan + "\n"},
       {"default via 1.1.1.1 dev  dev eth0.5", eth0 + addresses + vlan + "1.1.1.1\n"},
-      {"default via 1.1.1.1 dev if8\n", eth0 + addresses + vlan + "\n"},
       {"via " + long33 + " dev eth0.5 onlink", vlan + long33 + "\n" + eth0 + addresses}};
   for (const auto& [defaultRoute, expected] : rows) {
     writeFile(dir / "r show default", defaultRoute);
@@ -172,30 +161,27 @@ TEST_F(FakeTools, DescribeAMachine) {
 
 TEST_F(FakeTools, MayPrintAnything) {
   const std::string e = "2: e: x\n", down = "10.0.0.0/8 dev e linkdown\n";
-  const std::array<std::string, 4> rows[] = {
+  const std::array<std::string, 3> rows[] = {
       {"2: a: b: c\n2: e\n3:: \n: x: y\n4 g: h: i\n99999999999999999999: f: \n", "",
-       "2 a: b  \n-1 f  \n", "no failure"},
-      {e, down + "10.0.0.0/8 dev f\n", "2 e  \n", "no failure"},
-      {"", down, "literal: Network interfaces not found", "Network interfaces not found"},
-      {"2: e: <CAST>\n", down, "literal: No ethernet adapters enabled or network is disabled",
-       "No ethernet adapters enabled or network is disabled"},
+       "2 a: b  \n-1 f  \n"},
+      {e, down + "10.0.0.0/8 dev f\n", "2 e  \n"},
       {"1: d: <UP,CAST>\n2: e: <A,UP,CAST>\n3: f: <CAST> mtu 5 6 7 state DOWN\n", down,
-       "text: d: ethernet adapter or network is disabled\ne: no IP address\nf: No ethernet link\n",
-       "The network cannot be used\n* d: ethernet adapter or network is disabled\n"
-       "* e: no IP address\n* f: No ethernet link"}};
-  for (const auto& [addresses, routes, thrown, shown] : rows) {
+       "text: d: ethernet adapter or network is disabled\ne: no IP address\nf: No ethernet link\n"},
+      {"2: e: <CAST>\n", down, "literal: No ethernet adapters enabled or network is disabled"},
+      {"", down, "literal: Network interfaces not found"}};
+  for (const auto& [addresses, routes, expected] : rows) {
     writeFile(dir / "a", addresses);
     writeFile(dir / "r", routes);
-    EXPECT_EQ(discovered(), thrown) << addresses;
-    EXPECT_EQ(reported(), shown) << addresses;
+    EXPECT_EQ(discovered(), expected) << addresses;
   }
+  EXPECT_EQ(reported(), "Network interfaces not found");
 }
 
 TEST_F(FakeTools, MayFailAndLeaveNothingBehind) {
   const std::array<std::string, 3> rows[] = {
       {"exec >&- 2>&-; sleep .01", "", "no failure"},
-      {"echo broken >&2", "text:  ip r show default: broken\n",
-       "The network cannot be used\n* ip r show default: broken"},
+      {"echo 'bro\nken' >&2", "text:  ip r show default: bro\nken\n",
+       "The network cannot be used\n* ip r show default: bro\n* ken"},
       {"no tool", "", "no failure"}};
   std::size_t call = 0;
   expectNothingLeft("discovery, ping, set169ip; 3 kinds of tool", rounds(60, 10000), [&] {
@@ -230,15 +216,12 @@ struct RealNetwork : testing::Test {
   }
 };
 
-TEST_F(RealNetwork, IsDiagnosed) {
+TEST_F(RealNetwork, IsDiagnosedFoundAndPinged) {
   run("ip link add v0 type veth peer name v1 && ip link set lo up &&"
       "ip addr add 10.9.0.1/24 dev v0 && ip link set v0 up");
   EXPECT_EQ(discovered(), "text: v1@v0: ethernet adapter or network is disabled\n"
                           "v0@v1: No ethernet link\n");
-}
-
-TEST_F(RealNetwork, IsFoundAndPinged) {
-  run("ip link set lo up && ip link add eth2 address 02:00:00:00:00:02 type bridge &&"
+  run("ip link del v0 && ip link add eth2 address 02:00:00:00:00:02 type bridge &&"
       "ip link add br0 address 02:00:00:00:00:01 type bridge && ip link set br0 up &&"
       "ip addr add 192.168.7.5/24 dev br0 && ip route add default via 192.168.7.1");
   set169ip();
@@ -249,8 +232,7 @@ TEST_F(RealNetwork, IsFoundAndPinged) {
   EXPECT_EQ(NetworkHelper::getAccessibleInterface(ip, mask), "br0");
   EXPECT_FALSE(NetworkHelper::accessibleViaInterface("br", ip, mask));
   EXPECT_TRUE(pingLinux("127.0.0.1", 1));
-  EXPECT_TRUE(pingLinux("::1", 1));
-  EXPECT_FALSE(NetworkHelper::ping("2001:db8::1", 1));
+  EXPECT_TRUE(NetworkHelper::ping("::1", 1));
 }
 
 TEST_F(RealNetwork, OfAContainerHasItsGateway) {
@@ -263,10 +245,6 @@ TEST_F(RealNetwork, OfAContainerHasItsGateway) {
       "ip route add default via 10.9.0.1 dev eth0.5");
   expectFound(" 02:00:00:00:00:01  10.8.0.6/255.255.255.255\n");
   expectFound(" 02:00:00:00:00:01 10.9.0.1 10.9.0.2/255.255.255.0\n");
-  run("ip route replace default via 10.8.0.5 dev eth0");
-  expectFound(" 02:00:00:00:00:01 10.8.0.5 10.8.0.6/255.255.255.255\n");
-  EXPECT_FALSE(NetworkHelper::accessibleViaInterface("eth0", "10.8.0.6", "255.255.255.255"))
-      << "only by its printed name, eth0@if...";
   close(host);
 }
 
