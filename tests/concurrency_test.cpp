@@ -1,22 +1,17 @@
 #include "qiv/concurrency.h"
 #include "qiv/files.h"
-#include "qiv/text.h"
 #include "support.h"
 
 #include <future>
-#include <glibmm/dispatcher.h>
-#include <glibmm/exceptionhandler.h>
-#include <glibmm/main.h>
-#include <random>
+#include <glibmm.h>
 
+using namespace Qiv;
 using namespace std::chrono_literals;
 using namespace support;
 using Clock = std::chrono::system_clock;
 
-namespace {
-std::atomic<bool> clockIsFast{false};      ///< each look at the system clock finds it 1 ms later
-std::atomic<std::int64_t> clockIsAhead{0}; ///< by so many milliseconds
-} // namespace
+static std::atomic<bool> clockIsFast{false}; ///< each look at the system clock finds it 1 ms later
+static std::atomic<std::int64_t> clockIsAhead{0}; ///< by so many milliseconds
 
 /// Takes the place of the standard library's, in the library under test, too.
 Clock::time_point Clock::now() noexcept {
@@ -28,34 +23,28 @@ Clock::time_point Clock::now() noexcept {
 
 namespace {
 
-static_assert(!std::is_copy_constructible_v<Qiv::CrossprocessLock>);
-static_assert(!std::is_copy_constructible_v<Qiv::PointerConnectionsDispatcher>);
-static_assert(!std::is_copy_constructible_v<Qiv::PointerNamedConnectionsDispatcher>);
-static_assert(!std::is_copy_constructible_v<Qiv::StdOutCapture>);
-
 TEST(ThreadManager, RandomCallsLeadToTheStateTheySay) {
   std::atomic<int> count{0};
-  Qiv::ThreadManager manager;
+  ThreadManager manager;
   enum { start, pause, resume, stop };
   const std::function<void()> calls[] = {[&] { manager.start([&] { ++count; }); },
                                          [&] { manager.pause(); }, [&] { manager.resume(); },
                                          [&] { manager.stop(); }};
   bool worker = false;
   bool paused = false;
-  std::mt19937 random(1);
   const int cycles = rounds(2500, 10000);
   for (int i = 0; i < 4 * cycles; ++i) {
-    const auto call = random() % 4;
+    const auto call = std::rand() % 4;
     calls[call]();
     const bool pauseHolds = paused && !worker; // for the worker that comes
     paused = call == pause || (call == start && pauseHolds);
     worker = call == start || (call != stop && worker);
     const int last = count + 1; // a round may be in progress
-    if (random() % 8 == 0)
+    if (std::rand() % 8 == 0)
       std::this_thread::sleep_for(1ms);
     if (!worker || paused)
       EXPECT_LE(count, last) << "calls: " << i;
-    else if (random() % 8 == 0)
+    else if (std::rand() % 8 == 0)
       while (count <= last)
         std::this_thread::sleep_for(1ms);
   }
@@ -63,7 +52,6 @@ TEST(ThreadManager, RandomCallsLeadToTheStateTheySay) {
 }
 
 TEST(ThreadHelper, NamesTheCallingThread) {
-  using Qiv::ThreadHelper;
   EXPECT_EQ(ThreadHelper::setCurrentThreadName("fifteen letters"), 0);
   EXPECT_EQ(ThreadHelper::setCurrentThreadName("sixteen, too many"), ERANGE);
   EXPECT_EQ(ThreadHelper::setCurrentThreadName(nullptr), EINVAL);
@@ -74,14 +62,13 @@ TEST(ThreadHelper, NamesTheCallingThread) {
 // threads; one that two of them take loses counts.
 TEST(AutoResetEvent, IsTakenOnceForEachSet) {
   const int sets = rounds(160000, 1600000);
-  Qiv::AutoResetEvent event;
+  AutoResetEvent event;
   int count = 0;
   std::vector<std::future<void>> threads(16);
   for (auto& thread : threads)
     thread = std::async(std::launch::async, [&] {
       for (unsigned int i = 0; i < sets / 16U; ++i) {
-        const bool limited = i % 4 < 2; // to 0 or 1 ms
-        if (!limited || !event.waitOne(i % 4))
+        if (i % 4 > 1 || !event.waitOne(i % 4)) // for 0 or 1 ms
           event.waitOne();
         ++count;
         event.set();
@@ -91,9 +78,6 @@ TEST(AutoResetEvent, IsTakenOnceForEachSet) {
   threads.clear(); // when they have ended
   expectAtMost(0, std::to_string(sets) + " sets of an event, not taken once", sets - count);
   EXPECT_TRUE(event.isSet());
-  EXPECT_TRUE(event.waitOne(0));
-  EXPECT_FALSE(event.isSet());
-  event.set();
   event.reset();
   const auto end = Clock::now() + 100ms;
   EXPECT_FALSE(event.waitOne(100));
@@ -101,7 +85,7 @@ TEST(AutoResetEvent, IsTakenOnceForEachSet) {
 }
 
 /// A stopwatch with the times that it has reported last.
-struct Watch : Qiv::Secundomer {
+struct Watch : Secundomer {
   using Context = Glib::RefPtr<Glib::MainContext>;
 
   /// Runs a main loop until there are reports, or for a while that should see none.
@@ -118,23 +102,15 @@ struct Watch : Qiv::Secundomer {
 
 TEST(Secundomer, ReportsTheTimeFromStartToStop) {
   Watch watch;
-  const auto start = Clock::now();
   watch.start();
-  for (float passed = 0; passed < 0.5F || watch.times.back() < 0.9F * passed;) { // late, if loaded
-    ASSERT_TRUE(watch.reports());
-    passed = std::chrono::duration<float>(Clock::now() - start).count();
-    ASSERT_LE(watch.times.back(), 1.01F * passed);
-  }
+  while (watch.reports() && watch.times.back() < 0.4F)
+    ;
   while (watch.reports() && watch.times.front() > 0.3F)
     watch.start();
   for (const auto call : {&Watch::pause, &Watch::reset, &Watch::start, &Watch::stop}) {
     (watch.*call)();
     EXPECT_FALSE(watch.reports(false));
   }
-  watch.start();
-  watch.stop();
-  watch.start();
-  EXPECT_FALSE(watch.reports(false)) << "its stop has not been seen yet";
   watch.start();
   EXPECT_TRUE(watch.reports());
 }
@@ -170,20 +146,12 @@ TEST(Secundomer, ReportsToTheContextThatItWasMadeIn) {
   EXPECT_TRUE(second.reports(true, context));
 }
 
-TEST(Secundomer, BearsSlotsThatDestroyItAndThrow) {
-  bool caught = false;
-  Glib::add_exception_handler([&] { caught = true; });
-  auto watch = std::make_unique<Watch>();
-  watch->signalTimeChanged.connect([&](float) {
-    watch.reset();
-    throw 0;
-  });
-  watch->start();
-  while (!caught)
-    Glib::MainContext::get_default()->iteration(false);
-}
-
 TEST(Secundomer, MayGoAtAnyTime) {
+  auto first = std::make_unique<Watch>();
+  first->signalTimeChanged.connect([&](float) { first.reset(); });
+  first->start();
+  while (first)
+    Glib::MainContext::get_default()->iteration(false);
   for (int i = 0; i < 5000; ++i) {
     Watch watch;
     watch.start();
@@ -212,8 +180,8 @@ void expectBearsItsSlots(Name... name) {
 }
 
 TEST(ConnectionsDispatchers, BearSlotsThatUseThemWhenTheyGo) {
-  expectBearsItsSlots<Qiv::PointerConnectionsDispatcher>();
-  expectBearsItsSlots<Qiv::PointerNamedConnectionsDispatcher>("name");
+  expectBearsItsSlots<PointerConnectionsDispatcher>();
+  expectBearsItsSlots<PointerNamedConnectionsDispatcher>("name");
 }
 
 TEST(ConnectionsDispatchers, CutWhatTheyAreTold) {
@@ -224,17 +192,15 @@ TEST(ConnectionsDispatchers, CutWhatTheyAreTold) {
     signal.emit(ids);
     return ids;
   };
-  Qiv::PointerConnectionsDispatcher plain;
+  PointerConnectionsDispatcher plain;
   plain.connect(&objects[0], adds('a'));
   plain.connect(&objects[1], adds('b'));
   plain.disconnect(&objects[0]);
-  EXPECT_EQ(connected(), "b");
-  Qiv::PointerNamedConnectionsDispatcher named;
+  PointerNamedConnectionsDispatcher named;
   for (const char* name : {"1", "2", "3"})
     named.connect(&objects[0], name, adds(*name));
   named.connect(&objects[1], "1", adds('4'));
   named.disconnect(&objects[0], "1");
-  EXPECT_EQ(connected(), "b234");
   named.connect(&objects[0], "2", adds('5'));
   EXPECT_EQ(connected(), "b345");
   named.disconnectObject(&objects[0]);
@@ -242,7 +208,7 @@ TEST(ConnectionsDispatchers, CutWhatTheyAreTold) {
 }
 
 TEST(ConnectionsDispatchers, KeepNothingOfObjectsThatWere) {
-  Qiv::PointerNamedConnectionsDispatcher connections;
+  PointerNamedConnectionsDispatcher connections;
   expectNothingLeft("named connections", rounds(1000, 10000), [&, object = 0UL]() mutable {
     const void* const next = reinterpret_cast<void*>(++object);
     connections.connect(next, "name", {});
@@ -251,29 +217,25 @@ TEST(ConnectionsDispatchers, KeepNothingOfObjectsThatWere) {
 }
 
 TEST(DebugManager, TellsChanges) {
-  using Debug = Qiv::DebugManager;
   std::vector<std::string> told;
-  Debug::signalEnabledChanged.connect([&](bool on) { told.push_back(on ? "debug" : "none"); });
-  Debug::signalSetupChanged.connect([&](bool on) { told.push_back(on ? "setup" : "use"); });
-  for (const auto set : {&Debug::setIsEnabled, &Debug::setSetup})
+  DebugManager::signalEnabledChanged.connect([&](bool on) { told.push_back(on ? "on" : "off"); });
+  DebugManager::signalSetupChanged.connect([&](bool on) { told.push_back(on ? "setup" : "use"); });
+  for (const auto set : {&DebugManager::setIsEnabled, &DebugManager::setSetup})
     for (const bool value : {false, true, true, false})
       set(value);
-  EXPECT_EQ(told, std::vector<std::string>({"debug", "none", "setup", "use"}));
+  EXPECT_EQ(told, std::vector<std::string>({"on", "off", "setup", "use"}));
 }
 
 TEST(TypeHelper, NamesTypesAsTheSourceDoes) {
-  using Qiv::TypeHelper;
-  EXPECT_EQ(TypeHelper::getTypeName(typeid(Qiv::Secundomer)), "Qiv::Secundomer");
-  EXPECT_EQ(TypeHelper::getShortTypeName(typeid(int)), "int");
-  EXPECT_EQ(TypeHelper::getShortTypeName(typeid(std::vector<Qiv::Version>)),
-            "vector<Qiv::Version, std::allocator<Qiv::Version> >");
+  EXPECT_EQ(TypeHelper::getTypeName(typeid(Secundomer)), "Qiv::Secundomer");
+  EXPECT_EQ(TypeHelper::getShortTypeName(typeid(std::less<Secundomer>)), "less<Qiv::Secundomer>");
 }
 
 // The writing end stays open: a reading end that blocks would wait for more after whole chunks.
 TEST(StdOutCapture, TakesAllEndsAtOnceAndLeavesNothing) {
   expectNothingLeft("captures", rounds(1000, 10000), [size = 0]() mutable {
     size = (size + 512) % 2560;
-    Qiv::StdOutCapture capture;
+    StdOutCapture capture;
     capture.beginCapture();
     std::fputs(std::string(size, '\n').c_str(), stdout);
     capture.endCapture();
@@ -281,27 +243,13 @@ TEST(StdOutCapture, TakesAllEndsAtOnceAndLeavesNothing) {
     capture.beginCapture(); // for the destructor to end
   });
   const std::string inherited = cross::exec("ls /proc/self/fd");
-  Qiv::StdOutCapture capture;
+  StdOutCapture capture;
   capture.beginCapture();
   std::puts("a\n");
   std::fflush(stdout);
   EXPECT_EQ(cross::exec("ls /proc/self/fd; echo 'b\r' >&2"), inherited);
   capture.endCapture();
-  capture.endCapture(); // of nothing
   EXPECT_EQ(capture.getCapture(), "a\n\nb");
-}
-
-// In a process that has closed a stream the next descriptor becomes it.
-TEST(StdOutCapture, BearsClosedStreams) {
-  inProcesses(3, [](int stream) {
-    close(stream);
-    Qiv::StdOutCapture capture;
-    capture.beginCapture();
-    std::puts("text");
-    capture.endCapture();
-    EXPECT_EQ(capture.getCapture(), stream == STDIN_FILENO ? "text" : "");
-    EXPECT_EQ(dup(stream), -1);
-  });
 }
 
 } // namespace

@@ -5,9 +5,7 @@
 
 #include <csignal>
 #include <fcntl.h>
-#include <giomm/cancellable.h>
-#include <giomm/file.h>
-#include <giomm/init.h>
+#include <giomm.h>
 #include <regex>
 #include <set>
 #include <sys/resource.h>
@@ -28,27 +26,12 @@ std::string printed(const std::function<void()>& use) {
 
 TEST(Process, KeepsOutputAndExit) {
   EXPECT_EQ(cross::exec("printf 'a\\r\\n'"), "a\r");
-  EXPECT_EQ(cross::exec("exec >&-"), "");
-  EXPECT_EQ(cross::exec(nullptr), "");
   EXPECT_EQ(cross::exec("printf '>\\000%126d23\n4' 0"), ">023\n4") << "NUL hides 127 bytes at most";
-  EXPECT_EQ(cross::execPipe("head -c 300000 /dev/zero").size(), 300000U);
-  EXPECT_EQ(cross::Popen("exit 3").status, 768);
+  EXPECT_EQ(cross::exec("yes 123456789 | head -c 10000000").size(), 9999999U) << "in no time";
   EXPECT_EQ(cross::Popen("exit 3").exitCode, 3);
   EXPECT_EQ(cross::Popen("kill -9 $$").exitCode, 9);
-  const cross::Popen none(nullptr);
-  EXPECT_EQ(none.stream, nullptr);
-  EXPECT_EQ(none.status, -1);
-  EXPECT_EQ(none.exitCode, 0);
-  sysv_signal(SIGALRM, [](int) {}); // interrupts what it finds reading
-  ualarm(100000, 0);
-  EXPECT_EQ(cross::execPipe("echo a; sleep 0.3; printf 'b\\000\n\n'"),
-            std::string("a\nb\0\n\n", 6));
-}
-
-TEST(Process, KeepsTenMillionBytesInNoTime) {
-  EXPECT_EQ(cross::exec("yes 123456789 | head -c 10000000").size(), 9999999U) << "of short lines";
-  EXPECT_EQ(cross::exec("yes 1 | head -c 20000000 | tr -d '\n'").size(), 10000000U)
-      << "of one line";
+  EXPECT_EQ(cross::Popen(nullptr).stream, nullptr);
+  EXPECT_EQ(cross::execPipe("echo a; printf 'b\\000\n\n'"), std::string("a\nb\0\n\n", 6));
 }
 
 void spawnFails() {
@@ -59,8 +42,6 @@ void spawnFails() {
 TEST(Process, SpawnsWithoutAShell) {
   char* output = nullptr;
   EXPECT_FALSE(spawn_command("no-such", &output));
-  EXPECT_EQ(output, nullptr);
-  EXPECT_FALSE(spawn_command("pwd", nullptr));
   EXPECT_TRUE(spawn_command("echo 'a | b'", &output));
   EXPECT_STREQ(output, "a | b\n");
   g_free(output);
@@ -96,9 +77,11 @@ TEST(Process, SpawnsInTwoThreadsWithoutStandardDescriptors) {
 
 /// A tree in a scratch folder to work in. GLib's warnings are fatal here.
 struct Files : testing::Test {
+  static void SetUpTestSuite() { Gio::init(); }
+
   Files() {
     g_log_set_always_fatal(GLogLevelFlags(G_LOG_LEVEL_WARNING | G_LOG_LEVEL_CRITICAL));
-    Gio::init();
+    setenv("HOME", ".", 1);
     fs::current_path(folder.getPath());
     cross::exec(
         "mkdir -p -m 700 tree tree/sub tree/sub/deep tree/sub/\xFD outside .config\n"
@@ -109,22 +92,25 @@ struct Files : testing::Test {
   }
   ~Files() { fs::current_path("/"); }
 
-  /// The names of the files visited, sorted, and whether there was an error.
-  static std::string visited(const Glib::RefPtr<Gio::File>& root) {
+  /// The names of the files visited, sorted, after the error if there was one. At each `then` runs.
+  std::string visited(
+      const Glib::RefPtr<Gio::File>& root, const std::function<void()>& then = [] {}) {
     std::multiset<std::string> names;
-    const auto visit = [&](GFile* f) { names.insert(Glib::wrap(f, true)->get_basename()); };
+    const auto visit = [&](GFile* file) {
+      names.insert(Glib::wrap(file, true)->get_basename());
+      then();
+    };
     GError* error = nullptr;
-    traverseFiles(root->gobj(), visit, nullptr, &error);
-    std::string text = error ? "error" : "";
+    traverseFiles(root->gobj(), visit, canceller->gobj(), &error);
+    std::string text = error ? error->message : "";
     g_clear_error(&error);
     for (const std::string& name : names)
       text += " " + name;
     return text;
   }
-  static std::string visited(const char* path) { return visited(Gio::File::create_for_path(path)); }
 
   /// The code of the error with which `use` fails, whose text begins with `where`.
-  static int codeOf(const std::function<gboolean(GError**)>& use, const std::string& where = "") {
+  static int codeOf(const std::function<gboolean(GError**)>& use, const std::string& where) {
     GError* error = nullptr;
     EXPECT_FALSE(use(&error));
     EXPECT_EQ(std::string(error->message).substr(0, where.size()), where);
@@ -133,20 +119,20 @@ struct Files : testing::Test {
     return code;
   }
 
-  static gboolean copy(const char* from, const char* to, GFileCopyFlags flags = G_FILE_COPY_NONE,
-                       GError** error = nullptr) {
-    return copy_recursive(Gio::File::create_for_path(from)->gobj(),
-                          Gio::File::create_for_path(to)->gobj(), flags, nullptr, error);
+  gboolean copy(const char* from, const char* to, GFileCopyFlags flags = G_FILE_COPY_NONE,
+                GError** error = nullptr) {
+    return copy_recursive(at(from)->gobj(), at(to)->gobj(), flags, canceller->gobj(), error);
   }
-  static int copyCode(const char* from, const char* to, const std::string& where) {
+  int copyCode(const char* from, const char* to, const std::string& where) {
     return codeOf([=](GError** e) { return copy(from, to, G_FILE_COPY_NONE, e); }, where);
   }
-  static int removalCode(const char* path, const std::string& where) {
-    const auto root = Gio::File::create_for_path(path);
-    return codeOf([&](GError** e) { return rm_rf(root->gobj(), nullptr, e); }, where);
+  int removalCode(const char* path, const std::string& where) {
+    return codeOf([=](GError** e) { return rm_rf(at(path)->gobj(), canceller->gobj(), e); }, where);
   }
 
+  static constexpr auto at = Gio::File::create_for_path;
   const TempDir folder;
+  const Glib::RefPtr<Gio::Cancellable> canceller = Gio::Cancellable::create();
 };
 
 TEST_F(Files, AreOpenedInTheStandardsModes) {
@@ -156,17 +142,15 @@ TEST_F(Files, AreOpenedInTheStandardsModes) {
     facts << file.pubseekoff(0, std::ios::cur) << file.sputn("new", 3) << file.pubseekpos(0)
           << std::string(std::istreambuf_iterator<char>(&file), {});
     file.close();
-    facts << readFile("файл");
-    writeFile("файл", "old");
+    facts << readFile("ж");
+    writeFile("ж", "old");
     return facts.str();
   };
   behaviour(std::ofstream());
   for (int bits = 0; bits < 64; ++bits) {
     const auto mode = static_cast<std::ios::openmode>(bits); // libstdc++ has six
-    EXPECT_EQ(behaviour(openOutputFileUTF8Name("файл", mode)),
-              behaviour(std::ofstream("файл", mode)));
-    EXPECT_EQ(behaviour(openInputFileUTF8Name("файл", mode)),
-              behaviour(std::ifstream("файл", mode)));
+    EXPECT_EQ(behaviour(openOutputFileUTF8Name("ж", mode)), behaviour(std::ofstream("ж", mode)));
+    EXPECT_EQ(behaviour(openInputFileUTF8Name("ж", mode)), behaviour(std::ifstream("ж", mode)));
   }
 }
 
@@ -183,51 +167,37 @@ int opened(const std::string& path) {
 
 TEST_F(Files, AreOpenedForThisProgramOnly) {
   EXPECT_EQ(opened("tree/a"), 5);
-  EXPECT_TRUE(openInputFileUTF8Name("/proc/self/exe", {}).is_open()) << "which is busy";
   EXPECT_EQ(opened(std::string("tree/a\0b", 8)), 0);
   EXPECT_EQ(opened("no/such"), 0);
-  EXPECT_EQ(cross::FileInfo("outside/kept").st.st_size, 12);
   EXPECT_EQ(cross::FileInfo("/no/such").st.st_dev, static_cast<dev_t>(-1));
 }
 
 TEST_F(Files, AreCopiedAndVisitedWithoutSpecialFilesAndLoops) {
+  EXPECT_EQ(visited(at("tree")), " a b c kept link \xFF\xFE");
   fs::create_directories("copy/real"); // an existing folder is filled, also through a link
   fs::create_directory_symlink("real", "copy/sub");
   EXPECT_TRUE(copy_recursive("tree", "copy"));
   EXPECT_TRUE(copy_recursive("missing", "nothing"));
-  EXPECT_EQ(visited("copy/real"), " b c kept \xFF\xFE");
-  for (const std::string name : {"/a", "/sub/deep/b", "/sub/\xFD/c", "/sub/\xFF\xFE"})
-    EXPECT_EQ(readFile("copy" + name), "tree" + name);
+  for (const std::string name : {"/deep/b", "/deep/out/kept", "/\xFD/c", "/\xFF\xFE"})
+    EXPECT_EQ(readFile("copy/real" + name), readFile("tree/sub" + name)) << name;
   EXPECT_EQ(fs::read_symlink("copy/link"), "a");
   EXPECT_EQ(fs::symlink_status("copy/sub/deep/out").permissions(), fs::perms::owner_all);
   for (const char* name : {"copy/broken", "copy/fifo", "copy/sub/loop", "copy/sub/into"})
     EXPECT_EQ(fs::symlink_status(name).type(), fs::file_type::not_found) << name;
 }
 
-/// Mode, time and the extended attribute of a file, and whether its blocks hold all of it.
-std::string kept(const char* path) {
-  const struct stat st = cross::FileInfo(path).st;
-  char attribute[9] = "";
-  getxattr(path, "user.note", attribute, sizeof attribute - 1);
-  std::ostringstream facts;
-  facts << std::oct << st.st_mode << " " << st.st_mtim.tv_nsec << " " << attribute
-        << (st.st_blocks < st.st_size / 512 ? " with holes" : "");
-  return facts.str();
-}
-
 TEST_F(Files, AreCopiedAsTheyAre) {
-  for (const auto flags : {G_FILE_COPY_NONE, G_FILE_COPY_OVERWRITE}) {
-    cross::exec("rm -rf copy; cd tree; chmod 640 a; touch -d '2001-02-03 04:05:06.123456789' a");
-    setxattr("tree/a", "user.note", "short", 5, 0);
-    EXPECT_TRUE(copy("tree", "copy", flags));
-    EXPECT_EQ(kept("copy/a"), kept("tree/a"));
-    EXPECT_EQ(fs::symlink_status("copy/link").type(), fs::file_type::regular);
-  }
-  cross::exec("truncate -s 64M sparse; echo in the middle | dd of=sparse bs=1M seek=30 "
-              "conv=notrunc status=none");
+  cross::exec("chmod 640 tree/a; TZ= touch -d '2001-02-03 04:05:06.123456789' tree/a");
+  setxattr("tree/a", "user.note", "short", 5, 0);
+  EXPECT_TRUE(copy("tree", "copy"));
+  EXPECT_EQ(cross::exec("TZ= stat -c '%a %y' copy/a"), "640 2001-02-03 04:05:06.123456789 +0000");
+  EXPECT_EQ(getxattr("copy/a", "user.note", nullptr, 0),
+            getxattr("tree/a", "user.note", nullptr, 0));
+  EXPECT_EQ(fs::symlink_status("copy/link").type(), fs::file_type::regular);
+  cross::exec("truncate -s 30M sparse; echo in the middle >>sparse; truncate -s 64M sparse");
   EXPECT_TRUE(copy_recursive("sparse", "copied"));
   EXPECT_EQ(cross::execPipe("cmp sparse copied"), "");
-  EXPECT_EQ(kept("copied"), kept("sparse"));
+  EXPECT_LT(cross::FileInfo("copied").st.st_blocks, 2048) << "of 131072: holes stay holes";
   EXPECT_TRUE(copy_recursive("/proc/version", "version"));
   EXPECT_EQ(readFile("version"), readFile("/proc/version")) << "which says that it is empty";
 }
@@ -246,10 +216,9 @@ TEST_F(Files, OfOthersDoNotRunAsTheCopier) {
 
 TEST_F(Files, AreRemovedWithoutWhatLinksLeadTo) {
   // GIO takes the empty name for the working folder, and removed it with all that it held.
-  for (const std::string& nothing : {std::string(), std::string("tree\0b", 6)}) {
-    EXPECT_FALSE(directory_remove_all(nothing));
-    ASSERT_TRUE(fs::exists("tree/sub/deep/b"));
-  }
+  EXPECT_FALSE(directory_remove_all(""));
+  EXPECT_FALSE(directory_remove_all(std::string("tree\0b", 6)));
+  ASSERT_TRUE(fs::exists("tree/sub/deep/b"));
   fs::create_directory_symlink("outside", "top");
   EXPECT_TRUE(directory_remove_all("top"));
   EXPECT_TRUE(directory_remove_all("tree"));
@@ -262,22 +231,15 @@ TEST_F(Files, AreNotTheHomesOfUsersWithSuchNames) {
   EXPECT_TRUE(copy_recursive("~$report.docx", "~copy"));
   EXPECT_EQ(readFile("~copy"), "report");
   EXPECT_TRUE(directory_remove_all("~$report.docx"));
-  EXPECT_FALSE(fs::exists("~$report.docx"));
   ASSERT_TRUE(fs::exists("tree/a"));
   EXPECT_TRUE(directory_remove_all("~/sub"));
   EXPECT_FALSE(fs::exists("tree/sub"));
 }
 
 TEST_F(Files, InAFolderThatIsCarriedAwayAreLeftAlone) {
-  fs::create_directories("1/2/3/4/5/6/7/8/9/10/11/12");
-  writeFile("1/2/3/4/5/6/7/8/9/10/11/12/deepest", "");
-  const auto root = Gio::File::create_for_path("1");
-  const auto carryAway = [](GFile*) { fs::rename("1/2/3", "tree/sub/3"); };
-  const auto visitAll = [&](GError** error) {
-    traverseFiles(root->gobj(), carryAway, nullptr, error);
-    return FALSE;
-  };
-  EXPECT_EQ(codeOf(visitAll, folder / "1/2/3: Stale"), G_IO_ERROR_FAILED) << "not in tree/sub";
+  cross::exec("mkdir -p 1/2/3/4/5/6/7/8/9/10/11/12; touch 1/2/3/4/5/6/7/8/9/10/11/12/deepest");
+  const auto carryAway = [] { fs::rename("1/2/3", "tree/sub/3"); };
+  EXPECT_EQ(visited(at("1"), carryAway), folder / "1/2/3: Stale file handle" + " deepest");
 }
 
 TEST_F(Files, AreWorkedOnAtAnyDepthWithFewDescriptorsAndALittleStack) {
@@ -285,28 +247,26 @@ TEST_F(Files, AreWorkedOnAtAnyDepthWithFewDescriptorsAndALittleStack) {
     fs::current_path("folder");
   writeFile("deepest", "");
   fs::current_path(folder.getPath());
-  inProcesses(1, [](int) {
+  inProcesses(1, [&](int) {
     const rlimit few = {64, 64}, little = {256 << 10, 256 << 10};
     setrlimit(RLIMIT_NOFILE, &few);
     setrlimit(RLIMIT_STACK, &little);
     EXPECT_TRUE(copy("folder", "copy"));
     EXPECT_TRUE(copy("copy", "again", G_FILE_COPY_OVERWRITE));
-    EXPECT_EQ(visited("again"), " deepest");
+    EXPECT_EQ(visited(at("again")), " deepest");
     for (const char* tree : {"folder", "copy", "again"})
       EXPECT_TRUE(directory_remove_all(tree));
   });
-  EXPECT_EQ(cross::exec("ls"), "outside\ntree");
 }
 
-/// Another user, or another process, exchanges two files while `work` runs.
-void whileExchanging(const std::string& one, const std::string& other,
-                     const std::function<void()>& work) {
-  cross::exec("chmod 755 .; chown -R 65534 many away");
+/// Another process exchanges a file in "many" with one in "away" while `work` runs.
+void whileExchanging(const char* one, const char* other, const std::function<void()>& work) {
+  cross::exec(
+      "rm -rf many away; mkdir -p many/sub away; mkfifo away/pipe; ln -s ../outside away/link\n"
+      "touch outside/$(seq -s ' outside/' 9) many/sub/$(seq -s ' many/sub/' 9)");
   const pid_t attacker = fork();
-  if (attacker == 0 && getuid() == 0 && setuid(65534) != 0)
-    _exit(1);
   while (attacker == 0)
-    renameat2(AT_FDCWD, one.c_str(), AT_FDCWD, other.c_str(), RENAME_EXCHANGE);
+    renameat2(AT_FDCWD, one, AT_FDCWD, other, RENAME_EXCHANGE);
   const auto before = fs::symlink_status(one).type();
   while (fs::symlink_status(one).type() == before)
     ; // has not begun
@@ -315,21 +275,15 @@ void whileExchanging(const std::string& one, const std::string& other,
   waitpid(attacker, nullptr, 0);
 }
 
-TEST_F(Files, OutsideSurviveASwapOfFoldersAndLinks) {
+TEST_F(Files, ThatTurnIntoLinksAndPipesLeadNowhereAndHoldNobodyUp) {
   int touched = 0;
   for (int round = 0; round < rounds(20, 600); ++round) {
-    cross::exec("rm -rf many away; mkdir -p many/sub away; ln -s ../outside away/link\n"
-                "touch outside/$(seq -s ' outside/' 9) many/sub/$(seq -s ' many/sub/' 9)");
     whileExchanging("many/sub", "away/link", [&] { directory_remove_all("many"); });
     touched += cross::exec("ls outside | wc -l") != "10";
   }
   expectAtMost(0, "rounds in which files outside were removed", touched);
-}
-
-TEST_F(Files, ThatTurnIntoPipesHoldNobodyUp) {
-  cross::exec("mkdir many away; touch many/$(seq -s ' many/' 50); mkfifo away/pipe");
-  whileExchanging("many/25", "away/pipe", [] {
-    for (int i = 0; i < rounds(20, 3000); ++i, directory_remove_all("copy"))
+  whileExchanging("many/sub/5", "away/pipe", [] {
+    for (int i = 0; i < rounds(100, 15000); ++i, directory_remove_all("copy"))
       EXPECT_TRUE(copy_recursive("many", "copy"));
   });
 }
@@ -342,20 +296,21 @@ TEST_F(Files, ThatCannotBeCopiedAreNotLeftHalfDone) {
   EXPECT_EQ(copyCode("tree", "copy", folder / "copy/big: "), G_IO_ERROR_FAILED);
   EXPECT_FALSE(fs::exists("copy/big"));
   EXPECT_EQ(copyCode("tree/a", "outside/kept", folder / "outside/kept: "), G_IO_ERROR_EXISTS);
+  EXPECT_EQ(copyCode("tree", "tree/in", ""), G_IO_ERROR_WOULD_RECURSE);
   EXPECT_EQ(copyCode("empty", "outside/kept", folder / "outside/kept: "), G_IO_ERROR_NOT_DIRECTORY);
   EXPECT_EQ(readFile("outside/kept"), "outside/kept");
 }
 
 TEST_F(Files, InClosedFoldersAreReportedAsThat) {
+  EXPECT_TRUE(mkdir_with_parents("tree/a/new"));
   EXPECT_FALSE(mkdir_with_parents("tree/shut/new"));
   EXPECT_EQ(fs::status("tree/shut/new").permissions(), fs::perms::owner_all);
   if (cross::Popen("chmod 0 tree/shut; chown -R 65534 .").status != 0)
     GTEST_SKIP() << "needs root, which reads every folder and can become someone who does not";
-  EXPECT_EQ(visited("tree"), " a b c kept link \xFF\xFE");
   inProcesses(1, [&](int) {
     ASSERT_EQ(setuid(65534), 0);
     const std::string where = folder / "tree/shut: ";
-    EXPECT_EQ(visited("tree"), "error a b c kept link \xFF\xFE");
+    EXPECT_EQ(visited(at("tree")), where + "Permission denied a b c kept link \xFF\xFE");
     EXPECT_EQ(removalCode("tree/shut", where), G_IO_ERROR_PERMISSION_DENIED);
     EXPECT_EQ(copyCode("tree", "copy", where), G_IO_ERROR_PERMISSION_DENIED);
     const rlimit none = {0, 0};
@@ -364,92 +319,62 @@ TEST_F(Files, InClosedFoldersAreReportedAsThat) {
   });
 }
 
-TEST_F(Files, ReportFailureOnce) {
-  const auto tree = Gio::File::create_for_path("tree");
-  const auto cancelled = Gio::Cancellable::create();
-  int visits = 0;
-  const auto visitAll = [&](GError** error) {
-    const auto visit = [&](GFile*) {
-      ++visits;
-      cancelled->cancel();
-    };
-    traverseFiles(tree->gobj(), visit, cancelled->gobj(), error);
-    return FALSE;
+TEST_F(Files, AreLeftAloneFromACancellationOn) {
+  const auto cancel = [&] {
+    EXPECT_FALSE(canceller->is_cancelled());
+    canceller->cancel();
   };
-  EXPECT_EQ(codeOf(visitAll), G_IO_ERROR_CANCELLED);
-  EXPECT_EQ(visits, 1);
-  EXPECT_EQ(codeOf([&](GError** e) { return rm_rf(tree->gobj(), cancelled->gobj(), e); }),
-            G_IO_ERROR_CANCELLED);
-  EXPECT_EQ(copyCode("tree", "tree/in", ""), G_IO_ERROR_WOULD_RECURSE);
-  EXPECT_TRUE(mkdir_with_parents("tree/a/x"));
-  EXPECT_TRUE(mkdir_with_parents(nullptr));
+  EXPECT_EQ(visited(at("tree"), cancel).rfind("Operation was cancelled", 0), 0U);
+  EXPECT_EQ(copyCode("tree", "copy", ""), G_IO_ERROR_CANCELLED);
+  EXPECT_EQ(removalCode("tree", ""), G_IO_ERROR_CANCELLED);
 }
 
 TEST_F(Files, ThatOnlyGioKnowsAreCopiedAndVisitedToo) {
-  writeFile("files.xml", "<gresources><gresource prefix='/qiv'><file>tree/a</file>"
-                         "<file>outside/kept</file></gresource></gresources>");
-  cross::exec("glib-compile-resources --target=files files.xml");
-  GResource* const resource = g_resource_load("files", nullptr);
-  if (!resource)
+  writeFile("q", "<gresources><gresource prefix='/q'><file>tree/a</file></gresource></gresources>");
+  if (std::system("glib-compile-resources --target=files q") != 0)
     GTEST_SKIP() << "needs glib-compile-resources";
-  g_resources_register(resource);
-  EXPECT_EQ(visited(Gio::File::create_for_uri("resource:///qiv")), " a kept");
-  EXPECT_TRUE(copy_recursive("resource:///qiv", "copy"));
+  g_resources_register(g_resource_load("files", nullptr));
+  EXPECT_EQ(visited(Gio::File::create_for_uri("resource:///q")), " a");
+  EXPECT_TRUE(copy_recursive("resource:///q", "copy"));
   EXPECT_EQ(readFile("copy/tree/a"), "tree/a");
-  EXPECT_FALSE(directory_remove_all("resource:///qiv"));
+  EXPECT_FALSE(directory_remove_all("resource:///q"));
 }
 
-/// What `ask` returns in a fresh process with this HOME.
-std::string inHome(const char* home, const std::function<std::string()>& ask) {
-  return inChild([&] { return setenv("HOME", home, 1) == 0 ? ask() : ""; });
-}
-
-TEST_F(Files, AreInFoldersThatFollowHomeAndUserDirs) {
-  /// What the folder of documents is with one entry of the user-dirs file after the other.
-  const auto answers = [](const char* entries) {
-    std::string found;
-    std::istringstream in(entries);
-    for (std::string entry; in >> entry; found += std::string(" ") + cross::getDocDir())
-      writeFile(".config/user-dirs.dirs", "XDG_DOCUMENTS_DIR=\"" + entry + "\"\n");
-    return found;
-  };
-  EXPECT_EQ(inHome("./", [&] { return answers("$HOME/D/ $HOME"); }), " .//D/ .//D/");
-  EXPECT_EQ(inHome(".", [&] { return answers("/b $HOME/A /b"); }), "  ./A/ ./A/");
-  EXPECT_FALSE(fs::exists("Documents"));
-  EXPECT_EQ(inHome(".", [&] { return answers("$HOME/"); }), " ");
-  EXPECT_TRUE(fs::exists("Documents"));
-  const auto later = [] {
-    unsetenv("HOME");
-    EXPECT_THROW(getQivCrossDocDir(), std::logic_error);
-    setenv("HOME", "later", 1);
-    return getQivCrossAppCacheDir();
-  };
-  EXPECT_EQ(inHome("", later), "later/.cache/QivCross/");
-  const std::string exe = fs::read_symlink("/proc/self/exe").parent_path().string() + "/";
-  EXPECT_EQ(getQivCrossExeDir(), exe);
-  EXPECT_EQ(getThemesDir(), exe + "Themes/");
-}
-
-TEST_F(Files, AreInFoldersThatAreKnownUntilTheProcessIsGone) {
-  setenv("HOME", (folder / "home").c_str(), 1);
-  const auto exitAfterUse = [] {
-    std::atexit([] { // runs after the destructors of what is made from here on
-      std::cerr << getQivCrossAppCacheDir() << getQivCrossDocDir() << getThemesDir();
+TEST_F(Files, AreInFoldersThatFollowHomeAndUserDirsUntilTheProcessIsGone) {
+  /// What the folder of documents is in a fresh process, with one entry after the other.
+  const auto answers = [](const char* home, const char* entries) {
+    return inChild([=] {
+      setenv("HOME", home, 1);
+      std::string found;
+      std::istringstream in(entries);
+      for (std::string entry; in >> entry; found += std::string(" ") + cross::getDocDir())
+        writeFile(".config/user-dirs.dirs", "XDG_DOCUMENTS_DIR=\"" + entry + "\"\n");
+      return found;
     });
-    const std::string used = getQivCrossAppCacheDir() + getQivCrossDocDir() + getThemesDir();
-    std::exit(used.empty());
   };
-  EXPECT_EXIT(exitAfterUse(), testing::ExitedWithCode(0),
-              "^" + folder / "home/.cache/QivCross/" + "QivCross//.*/Themes/$")
-      << "and no word of awk";
+  EXPECT_EQ(answers("./", "$HOME/D/ $HOME"), " .//D/ .//D/");
+  EXPECT_EQ(answers(".", "/b $HOME/A /b"), "  ./A/ ./A/");
+  EXPECT_FALSE(fs::exists("Documents"));
+  EXPECT_EQ(answers(".", "$HOME/"), " ");
+  EXPECT_TRUE(fs::exists("Documents"));
+  const auto askAndExit = [] {
+    // Runs when objects that are made from here on are gone.
+    std::atexit([] { std::cerr << getQivCrossDocDir() << getThemesDir(); });
+    std::exit((getQivCrossDocDir() + getThemesDir()).empty());
+  };
+  EXPECT_EXIT(askAndExit(), testing::ExitedWithCode(0), "^QivCross//.*/Themes/$");
+  unsetenv("HOME");
+  EXPECT_THROW(getQivCrossDocDir(), std::logic_error);
+  EXPECT_EQ(fs::read_symlink("/proc/self/exe").replace_filename("Themes/").string(),
+            getThemesDir());
 }
 
 TEST_F(Files, OfTheFirstFolderAreListedByTheDeveloperCheck) {
-  cross::exec("mkdir -p 1path/sub gone; touch 1path/sub/xy; ln -s none gone/link");
-  EXPECT_EQ(printed([] { cross::ls("gone"); }), "");
+  cross::exec("mkdir -p 1path/sub; touch 1path/sub/xy");
   writeFile(".config/user-dirs.dirs", "XDG_DOCUMENTS_DIR=\"$HOME/3456789abcDEF\"\n");
   fs::current_path("tree");
-  const std::string check = inHome("..", [] { return printed(cross::dirs_test); });
+  setenv("HOME", "..", 1);
+  const std::string check = printed(cross::dirs_test);
   const std::regex expected(
       "sz=1 4096 \nlocale=.*, CP=.+\nappcache=../.cache/\nmydoc=../3456789abcDEF/ 0x44 0x45 0x46\n"
       "glib_=.*\nxy\n78 79\nmbw=0078 0079\nPATH_MAX=4096,/.*/tree\nret=0\n");
@@ -457,30 +382,16 @@ TEST_F(Files, OfTheFirstFolderAreListedByTheDeveloperCheck) {
 }
 
 TEST_F(Files, LeaveNothing) {
-  setenv("HOME", ".", 1);
   const std::pair<const char*, std::function<void()>> uses[] = {
-      {"commands", [] { cross::exec("seq 999"); }},
-      {"commands that die", [] { cross::execPipe("kill $$"); }},
-      {"spawned commands", [] { spawnSyncWithThrow("true"); }},
-      {"spawned commands that fail", spawnFails},
-      {"opened files", [] { opened("file"); }},
-      {"files that cannot be opened", [] { opened("no/such"); }},
-      {"trees copied, visited and removed",
-       [] {
-         copy_recursive("tree", "copy");
-         visited("copy");
-         directory_remove_all("copy");
-       }},
-      {"tree operations that fail",
-       [] {
-         copy_recursive("tree", "tree/in");
-         copy_recursive("tree", "outside/kept");
-         visited("no");
-         directory_remove_all("no");
-       }},
+      {"spawned commands", spawnFails},
+      {"commands and opened files", [] { opened("file"); }},
       {"listings of folders", [] { cross::ls("tree"); }},
-      {"listings of nothing", [] { cross::ls("no"); }},
-      {"well-known folders", [] { static_cast<void>(getQivCrossDocDir() + getThemesDir()); }}};
+      {"trees copied, visited and removed, and what of that fails", [this] {
+         copy_recursive("tree", "copy");
+         copy_recursive("tree", "copy");
+         visited(at("copy"));
+         directory_remove_all("copy");
+       }}};
   for (const auto& [what, use] : uses)
     expectNothingLeft(what, rounds(50, 10000), [&use = use] { printed(use); });
 }
