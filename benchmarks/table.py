@@ -112,12 +112,13 @@ def main():
     if len(sys.argv) < 3:
         return
     programs, folder = sys.argv[2:]
+    commit = output("git", "describe", "--always", "--dirty").strip() # as long as nothing is written
     processor = re.search("Model name: *(.*)", output("lscpu"))[1]
     reached = sum(ratio(ways) <= targets[operation] for operation, ways in rows.items())
     with open(os.path.join(folder, "performance.md"), "w") as file:
         file.write(f"""# Performance
 
-Made by `script/bench` on {context["date"][:10]} of commit {output("git", "describe", "--always", "--dirty").strip()}: {processor},
+Made by `script/bench` on {context["date"][:10]} of commit {commit}: {processor},
 {context["num_cpus"]} cores, Linux {platform.release()}, {output("c++", "--version").splitlines()[0]}, -O2.
 Medians of {os.environ["QIV_BENCH_REPETITIONS"]} repetitions; every way of a row ran interleaved in one program, files in a
 memory file system. Bold: the ratio reaches its target ({reached} of {len(rows)}). The peers of the Base64 rows
