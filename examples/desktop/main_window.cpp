@@ -1,7 +1,7 @@
 #include "main_window.h"
 
-#include "../shared/hosts.h"
-#include "../shared/log_folder.h"
+#include "../common/hosts.h"
+#include "../common/log_folder.h"
 #include "texts.h"
 
 #include <giomm/appinfo.h>

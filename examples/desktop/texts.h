@@ -1,7 +1,7 @@
 #ifndef DESKTOP_TEXTS_H
 #define DESKTOP_TEXTS_H
 
-#include "../shared/texts.h"
+#include "../common/texts.h"
 
 namespace texts {
 

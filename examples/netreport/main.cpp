@@ -1,7 +1,7 @@
 /// netreport: what the network of this machine looks like. It shows how an application uses the
 /// library: ask, tell the reason of a failure, write down what happened.
 
-#include "../shared/log_folder.h"
+#include "../common/log_folder.h"
 #include "options.h"
 #include "reporter.h"
 #include "texts.h"

@@ -1,6 +1,6 @@
 #include "options.h"
 
-#include "../shared/hosts.h"
+#include "../common/hosts.h"
 
 #include <getopt.h>
 #include <iostream>

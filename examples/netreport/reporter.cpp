@@ -1,6 +1,6 @@
 #include "reporter.h"
 
-#include "../shared/hosts.h"
+#include "../common/hosts.h"
 #include "network_text.h"
 #include "signal_pause.h"
 #include "texts.h"

@@ -1,7 +1,7 @@
 #ifndef NETREPORT_TEXTS_H
 #define NETREPORT_TEXTS_H
 
-#include "../shared/texts.h"
+#include "../common/texts.h"
 
 namespace texts {
 
