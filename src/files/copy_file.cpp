@@ -1,6 +1,7 @@
 #include "files/copy_file.h"
 
 #include "files/tree_walker.h"
+#include "internal/write_all.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -15,17 +16,6 @@ namespace Qiv::internal {
 
 namespace {
 
-bool writeAll(int fd, const char* bytes, ssize_t count) {
-  while (count > 0) {
-    const ssize_t written = write(fd, bytes, static_cast<std::size_t>(count));
-    if (written == -1 && errno != EINTR)
-      return false;
-    bytes += std::max<ssize_t>(written, 0);
-    count -= std::max<ssize_t>(written, 0);
-  }
-  return true;
-}
-
 /// How many bytes were copied: 0 at the end of the source, -1 on failure.
 ssize_t copyPiece(int source, int copy, std::uint64_t most) {
   constexpr std::uint64_t betweenTwoLooksAtCancellation = 16 << 20;
@@ -36,11 +26,11 @@ ssize_t copyPiece(int source, int copy, std::uint64_t most) {
     return count;
   // Not every file system can do that, and some claim that a file with content has none.
   char buffer[65536];
-  do
-    count = read(source, buffer,
-                 static_cast<std::size_t>(std::min<std::uint64_t>(most, sizeof buffer)));
-  while (count == -1 && errno == EINTR);
-  return writeAll(copy, buffer, count) ? count : -1;
+  const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(most, sizeof buffer));
+  count = TEMP_FAILURE_RETRY(read(source, buffer, wanted));
+  if (count > 0 && !writeAll(copy, {buffer, static_cast<std::size_t>(count)}))
+    return -1;
+  return count;
 }
 
 /// Copies `length` bytes from where both files stand; fewer at the end of the source only.

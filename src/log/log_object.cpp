@@ -3,6 +3,7 @@
 #include "internal/clear_of_streams.h"
 #include "internal/local_time.h"
 #include "internal/system_path.h"
+#include "internal/write_all.h"
 #include "qiv/files.h"
 #include "qiv/text.h"
 #include "xml/escape_xml.h"
@@ -68,17 +69,6 @@ void appendTimestamp(std::string& out) {
   out += fraction;
 }
 
-bool writeAll(int file, std::string_view text) {
-  while (!text.empty()) {
-    const ssize_t written = write(file, text.data(), text.size());
-    if (written > 0)
-      text.remove_prefix(static_cast<std::size_t>(written));
-    else if (written == 0 || errno != EINTR)
-      return false;
-  }
-  return true;
-}
-
 /// Adds text that begins with the header, which a file that is not empty has already. False when
 /// some of it could not be written.
 bool appendToPage(const std::string& path, std::string_view text) {
@@ -89,7 +79,7 @@ bool appendToPage(const std::string& path, std::string_view text) {
     return false;
   if (lseek(file, 0, SEEK_END) != 0)
     text.remove_prefix(header.size());
-  const bool written = writeAll(file, text);
+  const bool written = Qiv::internal::writeAll(file, text);
   return close(file) == 0 && written;
 }
 
