@@ -75,8 +75,7 @@ Secundomer::Secundomer()
 }
 
 Secundomer::~Secundomer() {
-  if (thread)
-    _onStop();
+  _onStop();
   // A slot may be what destroys us: the slots after it are not called, and none leaks.
   signalTimeChanged.clear();
 }
@@ -120,7 +119,7 @@ void Secundomer::_threadFunc() {
 
 void Secundomer::_onStop() {
   state = stopped;
-  if (thread && thread->joinable())
+  if (thread)
     thread->join();
   thread.reset();
 }

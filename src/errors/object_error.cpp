@@ -13,7 +13,7 @@ using Errors = std::vector<std::shared_ptr<ObjectError>>;
 namespace {
 
 Errors listOf(const std::shared_ptr<ObjectError>& error) {
-  return error ? Errors{error} : Errors{};
+  return Errors(error ? 1 : 0, error);
 }
 
 void handOver(Errors& from, Errors& to) {

@@ -27,12 +27,12 @@ struct List {
 
 void appendLine(std::string& output, const char* message, const List& list) {
   const bool isFirst = output.size() == list.start;
-  const std::size_t bullet = list.level > 0 ? 2 * static_cast<std::size_t>(list.level) : 0;
+  const auto level = static_cast<std::size_t>(std::max(list.level, 0));
   const std::size_t start = output.size();
-  output.append(bullet + !isFirst, ' ');
+  output.append(2 * level + !isFirst, ' ');
   if (!isFirst)
     output[start] = '\n';
-  if (bullet > 0)
+  if (level > 0)
     output[output.size() - 2] = '*';
   output += message;
 }

@@ -40,9 +40,8 @@ public:
 
   int wait() {
     int status = -1;
-    while (id > 0 && waitpid(id, &status, 0) == -1)
-      if (errno != EINTR)
-        break;
+    if (id > 0)
+      TEMP_FAILURE_RETRY(waitpid(id, &status, 0));
     id = 0;
     return status;
   }
@@ -84,10 +83,10 @@ void readBoth(int output, int errors, Captured& captured) {
     for (int i : {0, 1}) {
       if (ends[i].fd == -1 || !ends[i].revents)
         continue;
-      const ssize_t count = read(ends[i].fd, buffer, sizeof buffer);
+      const ssize_t count = TEMP_FAILURE_RETRY(read(ends[i].fd, buffer, sizeof buffer));
       if (count > 0)
         texts[i]->append(buffer, static_cast<std::size_t>(count));
-      else if (count == 0 || errno != EINTR)
+      else
         ends[i].fd = -1;
     }
   }

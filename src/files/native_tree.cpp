@@ -40,13 +40,14 @@ bool unlinkEntry(const TreeWalker& walker, int flags) {
 
 /// Deletes a file, or enters a folder. Either may have taken the other's place since it was listed.
 bool removeMet(TreeWalker& walker) {
-  const bool isFolder = walker.type() == DT_DIR;
-  if (!isFolder && unlinkEntry(walker, 0))
+  if (walker.type() != DT_DIR && unlinkEntry(walker, 0))
     return true;
-  if ((isFolder || errno == EISDIR) && walker.enter(false))
+  if (walker.enter(false))
     return true;
-  const int reason = errno; // a closed folder can be removed when it is empty
-  if (unlinkEntry(walker, reason == ENOTDIR ? 0 : AT_REMOVEDIR))
+  const int reason = errno;
+  if (reason == ENOTDIR)
+    return unlinkEntry(walker, 0);
+  if (unlinkEntry(walker, AT_REMOVEDIR)) // a closed folder can go when it is empty
     return true;
   errno = reason;
   return false;
@@ -58,8 +59,10 @@ bool removeMet(TreeWalker& walker) {
 
 /// For GIO, which takes no descriptors.
 File fileIn(int folder, const char* name) {
-  return File(g_file_new_for_path(
-      folder == AT_FDCWD ? name : (descriptorPath(folder) + "/" + name).c_str()));
+  std::string path;
+  if (folder != AT_FDCWD)
+    path = descriptorPath(folder) + "/";
+  return File(g_file_new_for_path((path + name).c_str()));
 }
 
 class Copier {
@@ -74,7 +77,7 @@ public:
       if (g_cancellable_set_error_if_cancelled(cancellable, error))
         return false;
       if (step == Step::lost || (step == Step::left && !filled.leave()))
-        return failed(walker.path(), error);
+        return sourceFailed();
       if (step == Step::met && !copyMet())
         return false;
     }
@@ -85,6 +88,8 @@ private:
   /// Where the entry that has been met is copied to.
   const char* targetName() const { return walker.isRoot() ? destination.c_str() : walker.name(); }
   std::string targetPath() const { return destination + walker.path().substr(rootLength); }
+  bool sourceFailed() const { return failed(walker.path(), error); }
+  bool targetFailed() const { return failed(targetPath(), error); }
 
   bool copyMet() {
     const unsigned char type = walker.typeBehindLinks();
@@ -101,12 +106,12 @@ private:
   bool copyFolder() {
     struct stat st;
     if (fstatat(walker.folder(), walker.name(), &st, 0) != 0)
-      return failed(walker.path(), error);
+      return sourceFailed();
     if (walker.standsIn(st) || filled.holds(st))
       return true;
     const std::string name = targetName(), path = targetPath();
     if (!walker.enter(walker.type() == DT_LNK))
-      return failed(walker.path(), error);
+      return sourceFailed();
     const mode_t mode = flags & G_FILE_COPY_TARGET_DEFAULT_PERMS ? 0777 : S_IRWXU | st.st_mode;
     const bool isNew = mkdirat(filled.innermost(), name.c_str(), mode & 0777) == 0;
     if ((!isNew && errno != EEXIST) || !filled.enter(name.c_str(), !isNew))
@@ -125,8 +130,7 @@ private:
       return;
     }
     const Descriptor copy(openat(filled.innermost(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (copy.get() != -1)
-      copyAttributes(walker.folder(), copy.get(), st);
+    copyAttributes(walker.folder(), copy.get(), st);
   }
 
   bool copyFile() {
@@ -135,7 +139,7 @@ private:
                                    O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | links));
     struct stat st;
     if (source.get() == -1 || fstat(source.get(), &st) != 0)
-      return failed(walker.path(), error);
+      return sourceFailed();
     return !S_ISREG(st.st_mode) || fillFile(source.get(), st);
   }
 
@@ -143,13 +147,13 @@ private:
     const int folder = filled.innermost();
     Descriptor copy(openat(folder, targetName(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
     if (copy.get() == -1)
-      return failed(targetPath(), error);
+      return targetFailed();
     if (copyContent(source, copy.get(), st, cancellable)) {
       copyAttributes(source, copy.get(), st);
       if (copy.close())
         return true;
     }
-    failed(targetPath(), error);
+    targetFailed();
     unlinkat(folder, targetName(), 0);
     return false;
   }
@@ -157,19 +161,19 @@ private:
   bool copyLink() {
     char target[PATH_MAX] = "";
     if (readlinkat(walker.folder(), walker.name(), target, sizeof target - 1) == -1)
-      return failed(walker.path(), error);
-    return symlinkat(target, filled.innermost(), targetName()) == 0 || failed(targetPath(), error);
+      return sourceFailed();
+    return symlinkat(target, filled.innermost(), targetName()) == 0 || targetFailed();
   }
 
   bool copyByGio() {
     struct stat st;
     if (fstatat(walker.folder(), walker.name(), &st, 0) != 0)
-      return failed(walker.path(), error);
+      return sourceFailed();
     if (!g_file_copy(fileIn(walker.folder(), walker.name()).get(),
                      fileIn(filled.innermost(), targetName()).get(), flags, cancellable, nullptr,
                      nullptr, error))
       return failedAt(targetPath(), error);
-    return dropForeignIds(filled.innermost(), targetName(), st) || failed(targetPath(), error);
+    return dropForeignIds(filled.innermost(), targetName(), st) || targetFailed();
   }
 
   const std::size_t rootLength;

@@ -98,8 +98,8 @@ bool TreeWalker::enter(bool throughLinks) {
     errno = reason;
     return false;
   }
-  if (inner == "/")
-    inner.clear();
+  if (inner.back() != '/')
+    inner += '/';
   level.pathLength = inner.size();
   levels.push_back(std::move(level));
   folderPath = std::move(inner);

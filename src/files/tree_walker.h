@@ -78,7 +78,7 @@ public:
   }
   unsigned char typeBehindLinks() const;
   bool isRoot() const { return levels.size() == 1; }
-  std::string path() const { return isRoot() ? name() : folderPath + "/" + name(); }
+  std::string path() const { return folderPath + name(); }
 
   bool standsIn(const struct stat& st) const { return chain.holds(st); }
 
@@ -94,7 +94,7 @@ private:
 
   FolderChain chain{O_RDONLY};
   std::vector<Level> levels;
-  std::string folderPath;
+  std::string folderPath; ///< with the slash behind it
 };
 
 } // namespace Qiv::internal

@@ -22,13 +22,12 @@ int hexValue(char c) {
   return letter >= 'a' && letter <= 'f' ? letter - 'a' + 10 : -1;
 }
 
-/// Reads as many hexadecimal digits as there are, perhaps none. False when they exceed 16 bits.
-bool readGroup(const char*& text, unsigned int& group) {
-  group = 0;
-  for (int digit; (digit = hexValue(*text)) >= 0; ++text)
-    if ((group = group << 4 | static_cast<unsigned int>(digit)) > 0xFFFF)
-      return false;
-  return true;
+/// Reads hexadecimal digits, perhaps none, as long as 16 bits hold them.
+unsigned int readGroup(const char*& text) {
+  unsigned int group = 0;
+  for (int digit; group <= 0xFFF && (digit = hexValue(*text)) >= 0; ++text)
+    group = group << 4 | static_cast<unsigned int>(digit);
+  return group;
 }
 
 /// Hands `count` numbers of `text` to `store`, stepping over at most one separator after each. They
@@ -82,9 +81,7 @@ bool ip6ToBytes(const char* text, unsigned char* dst) {
   std::size_t doubleColon = none;
   for (;; ++text) {
     const char* const token = text;
-    unsigned int group;
-    if (!readGroup(text, group))
-      return false;
+    const unsigned int group = readGroup(text);
     if (*text == '.') {
       if (ip6Size - cursor < ip4Size || !ip4ToBytes(token, bytes + cursor))
         return false;

@@ -175,7 +175,7 @@ FtpOutcome Transfer::run() {
   return explain(code);
 }
 
-FtpOutcome refused(const std::string& reason) {
+FtpOutcome refused(const char* reason) {
   return {FtpEnd::refused, reason};
 }
 
