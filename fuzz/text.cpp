@@ -24,9 +24,8 @@ static std::string replacedByFind(std::string text, const std::string& from,
 }
 
 static void tryMatch(const std::string& text, const std::string& part) {
-  const auto alike = [](char a, char b) {
-    return std::tolower(static_cast<unsigned char>(a)) ==
-           std::tolower(static_cast<unsigned char>(b));
+  const auto alike = [](unsigned char a, unsigned char b) {
+    return std::tolower(a) == std::tolower(b);
   };
   for (std::size_t pos = 0; pos + part.size() <= text.size(); ++pos) {
     const auto start = text.begin() + static_cast<std::ptrdiff_t>(pos);

@@ -146,6 +146,16 @@ TEST(Secundomer, ReportsToTheContextThatItWasMadeIn) {
   EXPECT_TRUE(second.reports(true, context));
 }
 
+TEST(Secundomer, HandsWhatASlotThrowsToTheApplication) {
+  Watch watch;
+  int thrown = 0;
+  Glib::add_exception_handler([&] { ++thrown; });
+  watch.signalTimeChanged.connect([](float) { throw 0; });
+  watch.start();
+  while (thrown < 3)
+    Glib::MainContext::get_default()->iteration(false);
+}
+
 TEST(Secundomer, MayGoAtAnyTime) {
   auto first = std::make_unique<Watch>();
   first->signalTimeChanged.connect([&](float) { first.reset(); });
@@ -224,6 +234,9 @@ TEST(DebugManager, TellsChanges) {
     for (const bool value : {false, true, true, false})
       set(value);
   EXPECT_EQ(told, std::vector<std::string>({"on", "off", "setup", "use"}));
+  DebugManager::setSetup(true);
+  EXPECT_TRUE(DebugManager::getSetup());
+  EXPECT_FALSE(DebugManager::getIsEnabled());
 }
 
 TEST(TypeHelper, NamesTypesAsTheSourceDoes) {
@@ -233,8 +246,9 @@ TEST(TypeHelper, NamesTypesAsTheSourceDoes) {
 
 // The writing end stays open: a reading end that blocks would wait for more after whole chunks.
 TEST(StdOutCapture, TakesAllEndsAtOnceAndLeavesNothing) {
-  expectNothingLeft("captures", rounds(1000, 10000), [size = 0]() mutable {
-    size = (size + 512) % 2560;
+  constexpr int sizes[] = {0, 1, 1024, 2500};
+  expectNothingLeft("captures", rounds(1000, 10000), [&sizes, call = 0]() mutable {
+    const int size = sizes[call++ % 4];
     StdOutCapture capture;
     capture.beginCapture();
     std::fputs(std::string(size, '\n').c_str(), stdout);

@@ -40,14 +40,19 @@ TEST(Language, FollowsTheUsersMessages) {
 }
 
 TEST(ObjectError, HasMessageCausesAndException) {
-  EXPECT_EQ(ObjectError().getMessage(), "?"s);
-  EXPECT_THROW(LogicError(static_cast<const char*>(nullptr), {}), std::logic_error);
-  for (const auto& plain : {LogicError::create("a"), LogicError::create("a", {}),
-                            LogicError::create("a", std::shared_ptr<ObjectError>())})
+  const char* const none = nullptr;
+  std::shared_ptr<std::exception> boom = std::make_shared<std::runtime_error>("boom");
+  EXPECT_THROW(LogicError(none, {}), std::logic_error);
+  EXPECT_THROW(ExceptionError(none, boom, {}), std::logic_error);
+  EXPECT_EQ(FunctionError().getMessage(), "?"s);
+  for (const auto& plain :
+       {LogicError::create("a"), LogicError::create("a", {}),
+        LogicError::create("a", std::shared_ptr<ObjectError>()), ExceptionError::create("a", boom)})
     EXPECT_EQ(plain->getInnerErrors(), Errors());
-  const auto exception = std::make_shared<std::runtime_error>("boom");
-  const auto wrapped = ExceptionError::create("", exception);
-  EXPECT_EQ(dynamic_cast<ExceptionError&>(*wrapped).getException(), exception);
+  const auto wrapped = ExceptionError::create("m", boom, Errors{error("a"), error("b")});
+  EXPECT_EQ(wrapped->getMessage(), "m"s);
+  EXPECT_EQ(wrapped->getInnerErrors()[1]->getMessage(), "b"s);
+  EXPECT_EQ(dynamic_cast<ExceptionError&>(*wrapped).getException(), boom);
 }
 
 TEST(ResultHelper, CombinesFailuresInOrder) {
@@ -64,6 +69,8 @@ TEST(ObjectErrorHelper, DisplaysTrees) {
   const auto cause = error("A", {error("E", {error("F")}), Result(false).getError(), group});
   EXPECT_EQ(display({group, cause, group, error("D")}, 0), "B\nC\nA\n* E\n  * F* B\n* CB\nC\nD");
   EXPECT_EQ(display({error(""), error("A"), cause}, -1), "A\nA\nE\n* FB\nC");
+  const auto empty = CombineError::create({});
+  EXPECT_EQ(display({error("A", {Result(false).getError()}), empty}, 0), "A");
 }
 
 /// What a loop makes that adds the failure of each operation to all before, or puts it in front.

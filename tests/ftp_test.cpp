@@ -10,15 +10,11 @@
 #include <future>
 #include <sys/stat.h>
 
+using namespace std::string_literals;
 using namespace support;
 using Qiv::internal::FtpEnd;
 using Qiv::internal::FtpRequest;
 using Qiv::Net::Web::Client;
-
-/// The system's words, in the language of the environment.
-static std::string why(int error) {
-  return std::string(std::strerror(error)) + "\n";
-}
 
 /// The words of libcurl, of which every release has its own.
 static std::string why(CURLcode code) {
@@ -88,11 +84,14 @@ TEST_F(FtpUpload, RefusesBeforeConnecting) {
             size + "FTP upload of 'local' refused: the remote name has a line break\n");
   EXPECT_EQ(upload("n", url, "local"),
             size + "curl_easy_perform() failed: " + why(CURLE_COULDNT_CONNECT));
-  EXPECT_EQ(upload("n", url, "none"), "1 Couldn't open 'none': " + why(ENOENT));
+  EXPECT_EQ(upload("n", url, "none"), "1 Couldn't open 'none': "s + std::strerror(ENOENT) + "\n");
   EXPECT_EQ(upload("n", url, "fifo"), "0 Local file size: 0 bytes.\n"
                                       "FTP upload of 'fifo' refused: it is no regular file\n");
-  EXPECT_EQ(failure("n", url, ".") + "\n", ".: The upload was refused\n* " + why(EISDIR));
+  EXPECT_EQ(failure("n", url, "."), ".: The upload was refused\n* "s + std::strerror(EISDIR));
   EXPECT_EQ(failure("n", "http://x/", "local").find("local: The upload was refused\n* "), 0);
+  EXPECT_EQ(Client().FTPUpload("n", nullptr, "local"), 0);
+  EXPECT_EQ(failure("n\0"s, url, "local"),
+            "local: The upload was refused\n* the remote name or the URL prefix has a NUL");
   lng::language = 1;
   EXPECT_EQ(failure("n", url, "local").find("local: Сбой соединения с сервером\n* "), 0);
 }
@@ -162,17 +161,16 @@ TEST_F(FtpServer, MayStopForEver) {
 }
 
 TEST_F(FtpServer, TakesManyUploadsAtOnceIntoOneFolder) {
-  const auto uploadOften = [this](char name) {
-    const std::string from(1, name), to = "to-" + from;
-    writeFile(from, std::string(500 * name, name));
-    for (int round = 0; round < rounds(5, 300); ++round) {
-      EXPECT_TRUE(Client().upload(to, url, from));
-      EXPECT_EQ(readFile(to), readFile(from)) << from;
-    }
-  };
   std::vector<std::future<void>> uploads;
   for (const char name : {'a', 'b', 'c', 'd', 'e', 'f'})
-    uploads.push_back(std::async(std::launch::async, uploadOften, name));
+    uploads.push_back(std::async(std::launch::async, [from = std::string(1, name), this] {
+      const std::string content(50000, from[0]), to = "to-" + from;
+      writeFile(from, content);
+      for (int round = 0; round < rounds(5, 300); ++round) {
+        EXPECT_TRUE(Client().upload(to, url, from));
+        EXPECT_EQ(readFile(to), content);
+      }
+    }));
 }
 
 TEST_F(FtpServer, IsToldToForgetWhatFailed) {

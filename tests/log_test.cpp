@@ -38,6 +38,7 @@ TEST(Log, WritesIntoTheDocumentsInLocalTime) {
   const std::string path = Log::getInstance()._getLogPath();
   const std::regex time(R"(\d\d:\d\d:\d{4} \d\d:\d\d:\d\d\.\d{3})");
   EXPECT_EQ(std::regex_replace(readFile(path), time, anyTime), page);
+  EXPECT_TRUE(std::regex_match(Log::getInstance()._currentTimestamp(), time));
   const std::string name = home / "Docs/QivCross/log/log_%Y%m%d_%H%M%S.html";
   EXPECT_GE(path, Time::getDisplayTimeString(start, name.c_str()));
   EXPECT_LE(path, Time::getDisplayTimeString(start + 60, name.c_str()));
@@ -162,6 +163,8 @@ TEST_F(SharedLog, KeepsTheTenNewestPagesWhoeverPrunes) {
     EXPECT_EQ(in("; echo log_[0-8]*"), "log_48.html log_49.html");
     EXPECT_EQ(in("; ls log_.html log_9* log_.htm logs.html | wc -l"), "10");
   }
+  in("; mkdir -p log_0.html/sub; touch -d @1 log_0.html");
+  EXPECT_THROW(log.clear(), Glib::Error) << "a page that cannot be deleted";
 }
 
 TEST_F(SharedLog, LeavesNothingOpen) {
@@ -186,8 +189,10 @@ TEST(DateTimeHelper, WritesTimesAndDurations) {
       EXPECT_EQ(Time::getDisplayTimeString(seconds, format.c_str()), expected.str());
     }
   const std::chrono::system_clock::time_point epoch, first(999999999ns);
+  EXPECT_EQ(Time::getDisplayTimeString(epoch, "%s"), "");
   EXPECT_EQ(Time::getDisplayTimeString(first, "%s"), "");
   EXPECT_EQ(Time::getDisplayTimeString(first + 1ns, "%s"), "1");
   EXPECT_EQ(Time::getDisplayDurationString(first, first, "%d"), "");
+  EXPECT_THROW(Time::getDisplayTimeString(INT64_MAX, "%s"), std::out_of_range);
   EXPECT_EQ(Time::getDisplayDurationString(epoch - 1s, epoch + 90060s, "%d:%02d:%d"), "25:01:1");
 }

@@ -34,7 +34,7 @@ static std::string writeWithStream(double value, int precision) {
 static void readAndWriteAsStream() {
   // Where a processor keeps more digits than a double has, dividing rounds all but the first twice.
   for (const auto& [text, expected] : std::map<const char*, double>{
-           {"1.5", 1.5}, {"5767.509321", 5767.509321}, {"57287.36187135", 57287.36187135}}) {
+           {"\t\r1.5", 1.5}, {"5767.509321", 5767.509321}, {"57287.36187135", 57287.36187135}}) {
     double number = 0;
     EXPECT_TRUE((tryConvert<double, true>(text, number)));
     EXPECT_EQ(number, expected);
@@ -88,8 +88,10 @@ TEST(ApproximateLogic, ComparesAndLimitsWithinEitherBound) {
   EXPECT_FALSE(Logic::contains(11, {0, 10, 0}, {}));
   EXPECT_FALSE(Logic::contains(-1, {0, 10, 0}, {}));
   EXPECT_TRUE(NumericRange::Full().isFull());
+  EXPECT_EQ(NumericRange::Full().getStep(), 0);
   EXPECT_FALSE(NumericRange(0, 1, 2).isFull());
   EXPECT_EQ(NumericRange::And({2, 3, 0}, {0, 1, NAN}), NumericRange(2, 1, 0));
+  EXPECT_EQ(NumericRange::And({1, 4, 2}, {2, 3, 4}), NumericRange(2, 3, 4));
   EXPECT_EQ(Logic::limitValue(5.4, {1, 10, 3}, {}, true, true), 4);
   EXPECT_EQ(Logic::limitValue(2.01, {0, 10, 1}, {0, 0.1}, false, false), 2.01);
   constexpr double inf = INFINITY;

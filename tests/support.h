@@ -21,11 +21,14 @@ inline int rounds(int ordinary, int proving) {
   return getenv("QIV_PROVE") ? proving : ordinary;
 }
 
-/// A folder that goes with the object. Paths made with "/" are strings.
+/// A folder that goes with the object, but not in a child process. Paths made with "/" are strings.
 class TempDir {
 public:
   TempDir() { EXPECT_NE(mkdtemp(path.data()), nullptr); }
-  ~TempDir() { std::filesystem::remove_all(path); }
+  ~TempDir() {
+    if (getpid() == owner)
+      std::filesystem::remove_all(path);
+  }
   TempDir(TempDir&&) = delete;
 
   std::string operator/(const std::string& name) const { return path + "/" + name; }
@@ -33,6 +36,7 @@ public:
   const std::string& getPath() const { return path; }
 
 private:
+  const pid_t owner = getpid();
   std::string path = std::filesystem::temp_directory_path() / "qivcommon-XXXXXX";
 };
 
@@ -56,18 +60,10 @@ inline void inProcesses(int count, const std::function<void(int)>& body) {
       [&]() noexcept { // nothing may be thrown into the tests that follow
         alarm(250);    // nor outlive them
         body(number);
-        _exit(testing::Test::HasFailure());
+        std::exit(testing::Test::HasFailure());
       }();
   for (int status; wait(&status) != -1;)
     EXPECT_EQ(status, 0) << "a child process failed";
-}
-
-/// What `body` returns in a process of its own, for state that a process has only once.
-inline std::string inChild(const std::function<std::string()>& body) {
-  const TempDir dir;
-  std::ofstream result(dir / "result"); // the child may lose the right to open it
-  inProcesses(1, [&](int) { result << body() << std::flush; });
-  return readFile(dir / "result");
 }
 
 /// Puts a count of faults on record, of which there may be as many as `most`.

@@ -42,6 +42,7 @@ TEST(StringHelper, ReplacesInTimeThatFollowsTheLength) {
 
 TEST(StringHelper, FormatsAnyLength) {
   const auto message = "Qiv::StringHelper::format - Error during formatting.";
+  EXPECT_EQ(StringHelper::formatC("%.0d%.0d%.0d", 0, 0, 0), "");
   EXPECT_EQ(StringHelper::formatC("%02d%c%5000d", 1, 0, 3), "01\0"s + std::string(4999, ' ') + "3");
   testing::internal::CaptureStdout();
   EXPECT_EQ(thrown<std::runtime_error>([] { StringHelper::formatC("%2147483648d", 1, 2, 3); }),
@@ -127,17 +128,22 @@ TEST(BitArray, AgreesWithVectorOfBool) {
 TEST(BitArray, FillsAndThrows) {
   const Bytes bytes = {1, 0xFF, 0xFF, 2};
   BitArray array(10);
+  BitArray shorter(9);
+  shorter.inverseAll();
   array.fillData(bytes.data(), 1, 2, false);
-  EXPECT_EQ(array.getData(), Bytes(2, 0xFF)) << "padding is kept";
   EXPECT_EQ(thrown<std::out_of_range>([&] { array.get(10); }), "Index out of range");
-  EXPECT_EQ(thrown<std::invalid_argument>([&] { array.xorWith(BitArray(9)); }),
+  EXPECT_EQ(thrown<std::invalid_argument>([&] { array.xorWith(shorter); }),
             "BitArrays must have the same size for XOR operation");
   EXPECT_EQ(thrown<std::runtime_error>([&] { array.fillData(bytes.data(), 0, 1, false); }),
             "BitArray::fillData: Incorrect size");
+  EXPECT_EQ(array.getData(), Bytes(2, 0xFF)) << "padding is kept, and what fails changes nothing";
   array.resize(16, true);
   EXPECT_EQ(array.getData(), (Bytes{0xFF, 3})) << "until the size changes";
   array.clear();
   EXPECT_EQ(array.getData(), Bytes(2));
+  EXPECT_THROW(array.fillData(bytes.data(), 0, SIZE_MAX / 4, true), std::length_error);
+  array.fillData(bytes.data(), 1, 3, true);
+  EXPECT_EQ(array.getSize(), 24U);
 }
 
 TEST(BitArray, IsEmptyWhenMovedFromAndGrowsBitByBit) {
