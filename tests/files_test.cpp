@@ -51,6 +51,7 @@ TEST(Process, SpawnsWithoutAShell) {
   EXPECT_FALSE(spawn_command("no-such", &output));
   EXPECT_FALSE(spawn_command(nullptr, &output));
   EXPECT_FALSE(spawn_command("true", nullptr));
+  EXPECT_FALSE(spawn_command("sh -c 'head -c 200000 /dev/zero >&2'", &output)) << "more than waits";
   EXPECT_TRUE(spawn_command("echo 'a | b'", &output));
   EXPECT_STREQ(output, "a | b\n");
   g_free(output);
@@ -344,13 +345,14 @@ TEST_F(Files, InClosedFoldersAreReportedAsThat) {
   EXPECT_TRUE(mkdir_with_parents("tree/a/new"));
   EXPECT_FALSE(mkdir_with_parents("tree/shut/new"));
   EXPECT_EQ(fs::status("tree/shut/new").permissions(), fs::perms::owner_all);
-  cross::exec("mkdir fixed; touch fixed/file; chmod 500 fixed");
+  cross::exec("mkdir fixed closed; touch fixed/file; chmod 500 fixed; chmod 0 closed");
   if (cross::Popen("chmod 0 tree/shut; chown -R 65534 .").status != 0)
     GTEST_SKIP() << "needs root, which reads every folder and can become someone who does not";
   setfsuid(65534);
   const std::string where = folder / "tree/shut: ";
   EXPECT_EQ(visited(at("tree")), where + "Permission denied a b c kept link \xFF\xFE");
   EXPECT_EQ(removalCode("tree/shut", where), G_IO_ERROR_PERMISSION_DENIED);
+  EXPECT_TRUE(directory_remove_all("closed"));
   EXPECT_EQ(removalCode("fixed", folder / "fixed/file: "), G_IO_ERROR_PERMISSION_DENIED);
   EXPECT_EQ(copyCode("tree", "copy", where), G_IO_ERROR_PERMISSION_DENIED);
   const rlimit none = {0, 64}, some = {64, 64};
@@ -371,13 +373,15 @@ TEST_F(Files, AreLeftAloneFromACancellationOn) {
 }
 
 TEST_F(Files, ThatOnlyGioKnowsAreCopiedAndVisitedToo) {
-  writeFile("q", "<gresources><gresource prefix='/q'><file>tree/a</file></gresource></gresources>");
+  writeFile("q", "<gresources><gresource "
+                 "prefix='/q'><file>tree/a</file><file>q</file></gresource></gresources>");
   if (std::system("glib-compile-resources --target=files q") != 0)
     GTEST_SKIP() << "needs glib-compile-resources";
   g_resources_register(g_resource_load("files", nullptr));
-  EXPECT_EQ(visited(Gio::File::create_for_uri("resource:///q")), " a");
+  EXPECT_EQ(visited(Gio::File::create_for_uri("resource:///q")), " a q");
   EXPECT_TRUE(copy_recursive("resource:///q", "copy"));
   EXPECT_EQ(readFile("copy/tree/a"), "tree/a");
+  EXPECT_EQ(readFile("copy/q"), readFile("q"));
   EXPECT_FALSE(copy_recursive("resource:///q", "copy")) << "which has the file";
   EXPECT_FALSE(directory_remove_all("resource:///q"));
 }
@@ -425,7 +429,7 @@ TEST_F(Files, LeaveNothing) {
   const std::pair<const char*, std::function<void()>> uses[] = {
       {"spawned commands", spawnFails},
       {"commands and opened files", [] { opened("file"); }},
-      {"listings of folders", [] { cross::ls("tree"); }},
+      {"listings of folders", [] { EXPECT_EQ(cross::ls("tree"), 0); }},
       {"trees copied, visited and removed, and what of that fails", [this] {
          copy_recursive("tree", "copy");
          copy_recursive("tree", "copy");

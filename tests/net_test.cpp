@@ -45,6 +45,7 @@ TEST(Addresses, PrintAnyNumberOfBytes) {
   EXPECT_EQ(mac_to_string_hex(bytes, 6, '-'), "00-09-0A-63-64-FF");
   EXPECT_EQ(ipv4_to_string(bytes, 6, ' '), "0 9 10 99 100 255");
   EXPECT_EQ(mac_to_string_hex(nullptr, 0, ':'), "");
+  EXPECT_EQ(ipv4_to_string(nullptr, 0, '.'), "");
 }
 
 TEST(IPv4Subnet, WantsBothDirections) {

@@ -59,6 +59,7 @@ TEST(Version, HoldsPartsButNoNegativeOnes) {
   EXPECT_EQ(thrown<Invalid>([] { Version("1.-5"); }), "Значение < 0");
   Version version(1, 2);
   EXPECT_EQ(version.to_string(4), "1.2.-1.-1");
+  EXPECT_EQ(version.to_string(5), "");
   EXPECT_TRUE(version._setItem(3, 300));
   EXPECT_EQ(version.getBytes(), (Bytes{1, 2, 44}));
   EXPECT_TRUE(version.parse(" 5. 6"));
