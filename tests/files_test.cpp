@@ -52,6 +52,7 @@ TEST(Process, SpawnsWithoutAShell) {
   EXPECT_FALSE(spawn_command(nullptr, &output));
   EXPECT_FALSE(spawn_command("true", nullptr));
   EXPECT_FALSE(spawn_command("sh -c 'head -c 200000 /dev/zero >&2'", &output)) << "more than waits";
+  g_free(output);
   EXPECT_TRUE(spawn_command("echo 'a | b'", &output));
   EXPECT_STREQ(output, "a | b\n");
   g_free(output);
