@@ -246,8 +246,8 @@ TEST(TypeHelper, NamesTypesAsTheSourceDoes) {
 
 // The writing end stays open: a reading end that blocks would wait for more after whole chunks.
 TEST(StdOutCapture, TakesAllEndsAtOnceAndLeavesNothing) {
-  constexpr int sizes[] = {0, 1, 1024, 2500};
-  expectNothingLeft("captures", rounds(1000, 10000), [&sizes, call = 0]() mutable {
+  static constexpr int sizes[] = {0, 1, 1024, 2500};
+  expectNothingLeft("captures", rounds(1000, 10000), [call = 0]() mutable {
     const int size = sizes[call++ % 4];
     StdOutCapture capture;
     capture.beginCapture();
